@@ -1,0 +1,165 @@
+// kyHashTableImpl.h - the untyped chained hash table under ky::hash_map, hash_multimap, hash_set.
+#ifndef KY_CONTAINERS_HASHTABLEIMPL_H
+#define KY_CONTAINERS_HASHTABLEIMPL_H
+
+#include <Base/BaseExport.h>
+#include <Base/Containers/kyBlockAllocator.h>
+#include <Base/Containers/kyHashFunction.h>
+#include <Base/Containers/kyVectorImpl.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ky {
+
+/// A hash table with separate chaining whose key and value types the engine knows only
+/// through a `TypeUtil` table. The caller computes hash values; the table stores each node's
+/// full 64-bit hash and never hashes a key itself.
+///
+/// Bucket index = hash modulo bucket count. Bucket counts come from a fixed table of primes
+/// (7, 13, 29, 53, 97, ...); the table grows when an insertion would take `count` above
+/// `bucket count * max_load_factor` and never shrinks. A new key goes to the head of its chain
+/// (a duplicate key right before its first equal, so that equal keys stay together); a rehash
+/// moves nodes head-first into their new chains, reversing the order within a chain.
+///
+/// Nodes come from a `BlockAllocator` (10 per block by default) and never move, so pointers to
+/// elements stay valid until their node is erased. Allocation failure is not reported. Not
+/// synchronised.
+class KY_BASE_API HashTableImpl {
+public:
+    struct HashNodeImpl {
+        std::uint64_t hash; ///< the element's full hash value
+        HashNodeImpl* next; ///< next node of the same bucket
+
+        /// The next element in iteration order: the rest of this chain, then the first node of
+        /// the next non-empty bucket; null after the last element.
+        HashNodeImpl* nextItem(const HashTableImpl& table) const {
+            if (next != nullptr) {
+                return next;
+            }
+            const int n = table.bucketCount();
+            HashNodeImpl* const* buckets = table.buckets();
+            for (int b = static_cast<int>(hash % static_cast<std::uint64_t>(n)) + 1; b < n; ++b) {
+                if (buckets[b] != nullptr) {
+                    return buckets[b];
+                }
+            }
+            return nullptr;
+        }
+    };
+
+    /// Key and value operations, as for `RBTreeImpl::TypeUtil`, with key equality in place of
+    /// the order.
+    struct TypeUtil {
+        std::size_t nodeSize;
+        std::size_t keyOffset;   ///< also the start of the node's element
+        std::size_t valueOffset; ///< the mapped value; equals keyOffset when there is none
+        void (*construct)(void* element, const void* key, const void* value);
+        void (*copyConstruct)(void* dst, const void* src);
+        void (*destruct)(void* element); ///< null when there is nothing to do
+        bool (*equal)(const void* a, const void* b);
+    };
+
+    /// The largest bucket count (the last entry of the prime table).
+    static constexpr int kMaxBucketCount = 1610612741;
+
+    explicit HashTableImpl(const TypeUtil* typeUtil);
+    ~HashTableImpl();
+    HashTableImpl(const HashTableImpl&) = delete;
+    HashTableImpl& operator=(const HashTableImpl&) = delete;
+
+    void setNumElementsInBlock(int n) { allocator_.setNumElementsInBlock(n); }
+
+    /// The first element in iteration order, or null.
+    HashNodeImpl* firstNode() const;
+    /// The node with an equal key, or null.
+    HashNodeImpl* findNode(std::uint64_t hash, const void* key) const {
+        const int n = bucketCount();
+        if (n == 0) {
+            return nullptr;
+        }
+        const auto equal = typeUtil_->equal;
+        for (HashNodeImpl* node = buckets()[hash % static_cast<std::uint64_t>(n)]; node != nullptr;
+             node = node->next) {
+            if (node->hash == hash && equal(keyOf(node), key)) {
+                return node;
+            }
+        }
+        return nullptr;
+    }
+    /// Destroys and frees `node`.
+    void eraseNode(HashNodeImpl* node);
+    /// Erases every node with an equal key; returns how many.
+    std::size_t eraseKey(std::uint64_t hash, const void* key);
+    /// Destroys every element, frees every node; keeps the buckets.
+    void clear();
+    /// Exchanges contents, tables, settings and node pools.
+    void swap(HashTableImpl& other) noexcept;
+    /// Deep copy: the same bucket count and chain order, the stored hashes included.
+    void copy(const HashTableImpl& other);
+    /// Number of elements with an equal key.
+    std::size_t count(std::uint64_t hash, const void* key) const;
+
+    int bucketCount() const { return buckets_.size_; }
+    static int max_bucket_count() { return kMaxBucketCount; }
+    /// Length of chain `i`.
+    int bucket_size(int i) const;
+    /// Length of the longest chain.
+    int max_bucket_size() const;
+    /// count / bucket count (0 without buckets).
+    float load_factor() const;
+    float max_load_factor() const { return maxLoadFactor_; }
+    /// Stores `f` and grows the table for the current count (`rehash(count)`).
+    void max_load_factor(float f);
+    /// Grows the table so that `n` elements fit under the maximum load factor.
+    void rehash(int n);
+
+    /// The node with an equal key, inserted (default value) if absent; `inserted` tells which.
+    HashNodeImpl* get(std::uint64_t hash, const void* key, bool* inserted = nullptr);
+    /// Inserts a copy of key and value (a default value when null) unless an equal key is
+    /// present, growing first for the new element; `inserted` tells which.
+    HashNodeImpl* insertUnique(std::uint64_t hash, const void* key, const void* value,
+                               bool* inserted = nullptr);
+    /// Inserts always, growing first for the new element.
+    HashNodeImpl* insertNonUnique(std::uint64_t hash, const void* key, const void* value);
+    /// Inserts unless an equal key is present; no growth (the caller rehashed for count + 1).
+    HashNodeImpl* insert_unique_noresize(std::uint64_t hash, const void* key, const void* value,
+                                         bool* inserted = nullptr);
+    /// Inserts always; no growth.
+    HashNodeImpl* insert_non_unique_noresize(std::uint64_t hash, const void* key,
+                                             const void* value);
+
+    int size() const { return count_; }
+    HashNodeImpl* const* buckets() const { return static_cast<HashNodeImpl* const*>(buckets_.data_); }
+    void* keyOf(const HashNodeImpl* node) const {
+        return reinterpret_cast<char*>(const_cast<HashNodeImpl*>(node)) + typeUtil_->keyOffset;
+    }
+    void* valueOf(const HashNodeImpl* node) const {
+        return reinterpret_cast<char*>(const_cast<HashNodeImpl*>(node)) + typeUtil_->valueOffset;
+    }
+    const BlockAllocator& allocator() const { return allocator_; }
+
+private:
+    // A vector of bucket heads, with VectorImpl's storage rules.
+    struct BucketVector : VectorImpl {
+        BucketVector();
+        using VectorImpl::data_;
+        using VectorImpl::setSize;
+        using VectorImpl::size_;
+        using VectorImpl::swap;
+    };
+    HashNodeImpl** bucketArray() { return static_cast<HashNodeImpl**>(buckets_.data_); }
+    HashNodeImpl* newNode(std::uint64_t hash, const void* key, const void* value);
+    void freeNode(HashNodeImpl* node);
+    void destructAll();
+
+    BucketVector buckets_;
+    const TypeUtil* typeUtil_;
+    int count_ = 0;
+    float maxLoadFactor_ = 1.0f;
+    BlockAllocator allocator_;
+};
+
+} // namespace ky
+
+#endif // KY_CONTAINERS_HASHTABLEIMPL_H
