@@ -1,6 +1,20 @@
 # Helpers that add every area of Base the same way: its library sources, its test executable,
 # its benchmarks and its fuzz targets. Each area's CMakeLists.txt is a few calls to these.
 
+# The areas of the library in dependency order. Each has a folder under src/components/Base/
+# and, where it has them, under tests/, bench/ and fuzz/.
+set(BASE_AREAS Utility String Containers OS IO TCP RTB Undo Plugin Linear)
+
+# base_add_area_subdirectories(): adds <Area>/ of the current folder for every area that has a
+# CMakeLists.txt there.
+macro(base_add_area_subdirectories)
+  foreach(_base_area IN LISTS BASE_AREAS)
+    if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${_base_area}/CMakeLists.txt")
+      add_subdirectory(${_base_area})
+    endif()
+  endforeach()
+endmacro()
+
 # Compiler warnings for Base's own targets (never for third-party code such as GoogleTest).
 function(base_set_warnings target)
   if(MSVC)
@@ -31,9 +45,6 @@ endfunction()
 # base_find_gtest(): GoogleTest as GTest::gtest / GTest::gtest_main. The system package when it
 # fits the compiler; for a cross build it is compiled from /usr/src/googletest.
 macro(base_find_gtest)
-  if(CMAKE_CROSSCOMPILING OR NOT PROJECT_IS_TOP_LEVEL)
-    set(_base_gtest_src "/usr/src/googletest")
-  endif()
   if(NOT CMAKE_CROSSCOMPILING)
     find_package(GTest QUIET)
   endif()
@@ -45,8 +56,10 @@ macro(base_find_gtest)
     set(INSTALL_GTEST OFF CACHE BOOL "" FORCE)
     set(gtest_force_shared_crt ON CACHE BOOL "" FORCE)
     add_subdirectory("/usr/src/googletest" "${PROJECT_BINARY_DIR}/_deps/googletest" EXCLUDE_FROM_ALL SYSTEM)
-    add_library(GTest::gtest ALIAS gtest)
-    add_library(GTest::gtest_main ALIAS gtest_main)
+    if(NOT TARGET GTest::gtest)
+      add_library(GTest::gtest ALIAS gtest)
+      add_library(GTest::gtest_main ALIAS gtest_main)
+    endif()
   endif()
   include(GoogleTest)
 endmacro()
@@ -74,7 +87,7 @@ function(base_add_benchmark name)
   set(target "bench_${name}")
   add_executable(${target} ${ARG_UNPARSED_ARGUMENTS})
   target_link_libraries(${target} PRIVATE Base::Base benchmark::benchmark ${ARG_LIBRARIES})
-  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/bench")
+  target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/bench/support")
   base_set_warnings(${target})
 endfunction()
 
@@ -88,13 +101,15 @@ function(base_add_fuzzer name)
     set(target "fuzz_${name}")
     add_executable(${target} ${ARGN})
     target_link_libraries(${target} PRIVATE Base::Base)
+    target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/fuzz/support")
     target_compile_options(${target} PRIVATE -fsanitize=fuzzer)
     target_link_options(${target} PRIVATE -fsanitize=fuzzer)
     add_test(NAME "fuzz.${name}.corpus" COMMAND ${target} -runs=0 "${corpus}")
   else()
     set(target "fuzz_${name}_replay")
-    add_executable(${target} ${ARGN} "${PROJECT_SOURCE_DIR}/fuzz/ReplayMain.cpp")
+    add_executable(${target} ${ARGN} "${PROJECT_SOURCE_DIR}/fuzz/support/ReplayMain.cpp")
     target_link_libraries(${target} PRIVATE Base::Base)
+    target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/fuzz/support")
     base_set_warnings(${target})
     if(CMAKE_CROSSCOMPILING AND WIN32)
       # Wine sees the host's root directory as drive Z:.

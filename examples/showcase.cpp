@@ -1,16 +1,17 @@
 // showcase.cpp - a tour of what the Base library does, one section per area.
+#include "showcase.h"
+
 #include <Base/Base.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <string>
 
+void showcaseSection(const char* title) { std::printf("\n== %s ==\n", title); }
+
 namespace {
 
-void section(const char* title) { std::printf("\n== %s ==\n", title); }
-
 void containers() {
-    section("Containers: typed templates over engines compiled once");
+    showcaseSection("Containers: typed templates over engines compiled once");
 
     ky::vector<int> v;
     std::printf("vector capacities while appending 33 ints:");

@@ -1,0 +1,8 @@
+// showcase.h - the sections of the showcase program, one function per area.
+#ifndef KY_EXAMPLES_SHOWCASE_H
+#define KY_EXAMPLES_SHOWCASE_H
+
+/// Prints a section title.
+void showcaseSection(const char* title);
+
+#endif // KY_EXAMPLES_SHOWCASE_H
