@@ -1,1 +1,347 @@
+// HashTableTest.cpp - the hash containers: growth rules, chain order, and differential runs
+// against std::unordered_map / unordered_multimap / unordered_set.
+#include <Base/Containers/kyHashMap.h>
+#include <Base/Containers/kyHashSet.h>
+
+#include <kyTestSupport.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
 #include <gtest/gtest.h>
+
+using kytest::Counted;
+
+namespace {
+
+// Every key in one bucket: makes the chain order observable through iteration.
+struct SameHash {
+    ky::HashValue operator()(int) const { return 5; }
+};
+
+struct CountedHash {
+    ky::HashValue operator()(const Counted& c) const { return ky::hashfunction(c.value()); }
+};
+
+template <class K, class V>
+std::vector<K> keysInOrder(const ky::hash_map<K, V, SameHash>& h) {
+    std::vector<K> out;
+    for (const auto& entry : h) {
+        out.push_back(entry.first);
+    }
+    return out;
+}
+
+class HashTableTest : public ::testing::Test {
+protected:
+    void SetUp() override { Counted::live = 0; }
+    void TearDown() override { EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice"; }
+};
+
+TEST_F(HashTableTest, BucketCountsFollowThePrimeTable) {
+    ky::hash_map<int, int> h;
+    EXPECT_EQ(h.bucket_count(), 0u);
+    EXPECT_EQ(h.load_factor(), 0.0f);
+    EXPECT_EQ(h.find(3), h.end());
+    EXPECT_EQ(h.erase(3), 0u);
+    std::vector<std::size_t> seen;
+    for (int i = 0; i < 200; ++i) {
+        h[i] = i;
+        if (seen.empty() || seen.back() != h.bucket_count()) {
+            seen.push_back(h.bucket_count());
+        }
+        if (i == 6) {
+            EXPECT_EQ(h.bucket_count(), 7u); // 7 elements fit 7 buckets at load factor 1
+        }
+        if (i == 7) {
+            EXPECT_EQ(h.bucket_count(), 13u); // the 8th element makes 13
+        }
+    }
+    EXPECT_EQ(seen, (std::vector<std::size_t>{7, 13, 29, 53, 97, 193, 389}));
+    EXPECT_EQ(h.max_bucket_count(), 1610612741u);
+}
+
+TEST_F(HashTableTest, MaxLoadFactorRehashesAtOnce) {
+    ky::hash_map<int, int> h;
+    for (int i = 0; i < 7; ++i) {
+        h[i] = i;
+    }
+    ASSERT_EQ(h.bucket_count(), 7u);
+    h.max_load_factor(0.5f); // wanted 14: the first prime not below it is 29
+    EXPECT_EQ(h.bucket_count(), 29u);
+    EXPECT_EQ(h.max_load_factor(), 0.5f);
+    h.max_load_factor(4.0f); // never shrinks
+    EXPECT_EQ(h.bucket_count(), 29u);
+}
+
+TEST_F(HashTableTest, RehashTruncatesAndPicksTheFirstPrimeNotBelow) {
+    struct Case {
+        float maxLoad;
+        int request;
+        std::size_t buckets;
+    };
+    const Case cases[] = {{1.0f, 0, 0},    {1.0f, 1, 7},      {1.0f, 7, 7},
+                          {1.0f, 8, 13},   {1.0f, 13, 13},    {1.0f, 14, 29},
+                          {2.0f, 15, 7},   {2.0f, 29, 29},    {0.75f, 100, 193},
+                          {1.0f, 98317, 98317}, {1.0f, 98318, 196613}};
+    for (const Case& c : cases) {
+        ky::hash_set<int> s;
+        s.max_load_factor(c.maxLoad);
+        s.rehash(static_cast<std::size_t>(c.request));
+        EXPECT_EQ(s.bucket_count(), c.buckets) << c.maxLoad << " " << c.request;
+    }
+}
+
+TEST_F(HashTableTest, NewKeysGoToTheHeadAndRehashReversesChains) {
+    ky::hash_map<int, int, SameHash> h;
+    h.rehash(7); // room for 7: no growth below
+    for (int k = 1; k <= 5; ++k) {
+        h[k] = k;
+    }
+    EXPECT_EQ(keysInOrder(h), (std::vector<int>{5, 4, 3, 2, 1}));
+    h.rehash(8); // 13 buckets; every node moves head-first: the chain comes out reversed
+    ASSERT_EQ(h.bucket_count(), 13u);
+    EXPECT_EQ(keysInOrder(h), (std::vector<int>{1, 2, 3, 4, 5}));
+    EXPECT_EQ(h.bucket_size(5), 5u);
+    EXPECT_EQ(h.bucket_size(0), 0u);
+    // A copy keeps the chain order and bucket count.
+    ky::hash_map<int, int, SameHash> copy(h);
+    EXPECT_EQ(copy.bucket_count(), 13u);
+    EXPECT_EQ(keysInOrder(copy), (std::vector<int>{1, 2, 3, 4, 5}));
+}
+
+TEST_F(HashTableTest, DuplicatesStayNextToTheirEquals) {
+    ky::hash_multimap<int, int, SameHash> h;
+    h.rehash(20);
+    h.insert({1, 10});
+    h.insert({2, 20});
+    h.insert({1, 11});
+    h.insert({3, 30});
+    h.insert({2, 21});
+    auto range = h.equal_range(1);
+    std::vector<int> ones;
+    for (auto it = range.first; it != range.second; ++it) {
+        ones.push_back(it->second);
+    }
+    std::sort(ones.begin(), ones.end());
+    EXPECT_EQ(ones, (std::vector<int>{10, 11}));
+    EXPECT_EQ(h.count(2), 2u);
+    EXPECT_EQ(h.erase(2), 2u);
+    EXPECT_EQ(h.size(), 3u);
+}
+
+TEST_F(HashTableTest, StoredHashIsNeverRecomputed) {
+    // A hasher that counts its calls: growth must move nodes by their stored hash.
+    static int calls = 0;
+    struct CountingHash {
+        ky::HashValue operator()(int k) const {
+            ++calls;
+            return static_cast<ky::HashValue>(k) * 2654435761u;
+        }
+    };
+    ky::hash_set<int, CountingHash> s;
+    calls = 0;
+    for (int i = 0; i < 1000; ++i) {
+        s.insert(i);
+    }
+    EXPECT_EQ(calls, 1000); // one hash per insertion, none for the eight rehashes
+}
+
+TEST_F(HashTableTest, FreedNodesAreReusedLastFreedFirst) {
+    ky::hash_map<int, int> h;
+    for (int i = 0; i < 6; ++i) {
+        h[i] = i;
+    }
+    const void* nodeOf2 = &*h.find(2);
+    const void* nodeOf4 = &*h.find(4);
+    h.erase(2);
+    h.erase(4);
+    h[100] = 0;
+    h[101] = 0;
+    EXPECT_EQ(static_cast<const void*>(&*h.find(100)), nodeOf4);
+    EXPECT_EQ(static_cast<const void*>(&*h.find(101)), nodeOf2);
+}
+
+TEST_F(HashTableTest, ClearKeepsBuckets) {
+    ky::hash_map<std::string, Counted> h;
+    for (int i = 0; i < 100; ++i) {
+        h[std::to_string(i)] = i;
+    }
+    const std::size_t buckets = h.bucket_count();
+    h.clear();
+    EXPECT_TRUE(h.empty());
+    EXPECT_EQ(h.bucket_count(), buckets);
+    EXPECT_EQ(h.begin(), h.end());
+    h["x"] = 1;
+    EXPECT_EQ(h.size(), 1u);
+}
+
+TEST_F(HashTableTest, MapDifferentialAgainstUnorderedMap) {
+    for (std::uint32_t seed = 1; seed <= 10; ++seed) {
+        kytest::Random rnd(seed);
+        ky::hash_map<int, Counted> h;
+        std::unordered_map<int, Counted> r;
+        for (int step = 0; step < 1500; ++step) {
+            const int key = rnd.range(0, 300);
+            const int value = rnd.range(0, 1000);
+            switch (rnd.range(0, 7)) {
+            case 0:
+            case 1: {
+                auto mine = h.insert({key, Counted(value)});
+                auto ref = r.insert({key, Counted(value)});
+                ASSERT_EQ(mine.second, ref.second);
+                ASSERT_EQ(mine.first->second.value(), ref.first->second.value());
+                break;
+            }
+            case 2:
+                h[key] = Counted(value);
+                r[key] = Counted(value);
+                break;
+            case 3:
+                ASSERT_EQ(h.erase(key), r.erase(key));
+                break;
+            case 4: {
+                auto it = h.find(key);
+                ASSERT_EQ(it == h.end(), r.find(key) == r.end());
+                if (it != h.end()) {
+                    h.erase(it);
+                    r.erase(key);
+                }
+                break;
+            }
+            case 5: {
+                ky::hash_map<int, Counted> copy(h);
+                ASSERT_TRUE(copy == h);
+                h.clear();
+                h = copy;
+                break;
+            }
+            case 6: {
+                ky::hash_map<int, Counted> other{{-5, Counted(1)}};
+                h.swap(other);
+                other.swap(h);
+                ky::hash_map<int, Counted> moved(std::move(h));
+                h = std::move(moved);
+                break;
+            }
+            default:
+                ASSERT_EQ(h.count(key), r.count(key));
+                break;
+            }
+            ASSERT_EQ(h.size(), r.size());
+            std::map<int, int> mine;
+            for (const auto& entry : h) {
+                ASSERT_TRUE(mine.emplace(entry.first, entry.second.value()).second)
+                    << "key visited twice";
+            }
+            std::map<int, int> ref;
+            for (const auto& entry : r) {
+                ref.emplace(entry.first, entry.second.value());
+            }
+            ASSERT_EQ(mine, ref);
+            ASSERT_LE(h.load_factor(), h.max_load_factor());
+            ASSERT_EQ(Counted::live, static_cast<int>(2 * r.size()));
+        }
+    }
+}
+
+TEST_F(HashTableTest, MultimapDifferentialAgainstUnorderedMultimap) {
+    for (std::uint32_t seed = 1; seed <= 10; ++seed) {
+        kytest::Random rnd(seed + 100);
+        ky::hash_multimap<Counted, int, CountedHash> h;
+        std::unordered_multimap<int, int> r;
+        for (int step = 0; step < 1500; ++step) {
+            const int key = rnd.range(0, 60);
+            const int value = rnd.range(0, 1000);
+            switch (rnd.range(0, 5)) {
+            case 0:
+            case 1:
+            case 2:
+                h.insert({Counted(key), value});
+                r.insert({key, value});
+                break;
+            case 3:
+                ASSERT_EQ(h.erase(Counted(key)), r.erase(key));
+                break;
+            case 4: {
+                auto mine = h.equal_range(Counted(key));
+                auto ref = r.equal_range(key);
+                std::vector<int> a;
+                std::vector<int> b;
+                for (auto it = mine.first; it != mine.second; ++it) {
+                    ASSERT_EQ(it->first.value(), key);
+                    a.push_back(it->second);
+                }
+                for (auto it = ref.first; it != ref.second; ++it) {
+                    b.push_back(it->second);
+                }
+                std::sort(a.begin(), a.end());
+                std::sort(b.begin(), b.end());
+                ASSERT_EQ(a, b);
+                if (!a.empty() && rnd.chance(50)) {
+                    // Erase one element found through the range.
+                    const int victim = mine.first->second;
+                    h.erase(mine.first);
+                    for (auto it = ref.first; it != ref.second; ++it) {
+                        if (it->second == victim) {
+                            r.erase(it);
+                            break;
+                        }
+                    }
+                }
+                break;
+            }
+            default: {
+                auto copy = h;
+                ASSERT_TRUE(copy == h);
+                h = copy;
+                break;
+            }
+            }
+            std::multimap<int, int> mine;
+            for (const auto& entry : h) {
+                mine.emplace(entry.first.value(), entry.second);
+            }
+            std::multimap<int, int> ref(r.begin(), r.end());
+            ASSERT_EQ(mine.size(), ref.size());
+            // Multimaps compare by value sets per key: normalise the order of equal keys.
+            std::vector<std::pair<int, int>> a(mine.begin(), mine.end());
+            std::vector<std::pair<int, int>> b(ref.begin(), ref.end());
+            std::sort(a.begin(), a.end());
+            std::sort(b.begin(), b.end());
+            ASSERT_EQ(a, b);
+            ASSERT_EQ(Counted::live, static_cast<int>(r.size()));
+        }
+    }
+}
+
+TEST_F(HashTableTest, SetWithStringKeysAgainstUnorderedSet) {
+    kytest::Random rnd(5);
+    ky::hash_set<std::string> s;
+    std::unordered_set<std::string> r;
+    for (int step = 0; step < 5000; ++step) {
+        const std::string key = "k" + std::to_string(rnd.range(0, 800));
+        if (rnd.chance(70)) {
+            ASSERT_EQ(s.insert(key).second, r.insert(key).second);
+        } else {
+            ASSERT_EQ(s.erase(key), r.erase(key));
+        }
+    }
+    ASSERT_EQ(s.size(), r.size());
+    for (const std::string& key : r) {
+        ASSERT_TRUE(s.contains(key)) << key;
+    }
+    // Hash quality: no chain much longer than the load factor suggests.
+    std::size_t longest = 0;
+    for (std::size_t b = 0; b < s.bucket_count(); ++b) {
+        longest = std::max(longest, s.bucket_size(b));
+    }
+    EXPECT_LE(longest, 10u);
+}
+
+} // namespace

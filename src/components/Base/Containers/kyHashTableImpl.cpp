@@ -134,7 +134,7 @@ void HashTableImpl::copy(const HashTableImpl& other) {
     maxLoadFactor_ = other.maxLoadFactor_;
     const int n = other.bucketCount();
     buckets_.setSize(0, false);
-    buckets_.setSize(n, false); // zero-filled: no chains yet
+    buckets_.setSize(n, true); // null heads: no chains yet
     HashNodeImpl** heads = bucketArray();
     HashNodeImpl* const* sourceHeads = other.buckets();
     for (int b = 0; b < n; ++b) {
@@ -211,11 +211,8 @@ void HashTableImpl::rehash(int n) {
         return;
     }
     BucketVector grown;
-    grown.setSize(newCount, false);
+    grown.setSize(newCount, true); // null heads
     HashNodeImpl** newHeads = static_cast<HashNodeImpl**>(grown.data_);
-    for (int b = 0; b < newCount; ++b) {
-        newHeads[b] = nullptr;
-    }
     HashNodeImpl** oldHeads = bucketArray();
     for (int b = 0; b < oldCount; ++b) {
         HashNodeImpl* node = oldHeads[b];

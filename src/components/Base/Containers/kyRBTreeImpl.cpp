@@ -292,29 +292,35 @@ void RBTreeImpl::swap(RBTreeImpl& other) noexcept {
     }
 }
 
-RBTreeImpl::Node* RBTreeImpl::insertAt(Node* x, Node* y, const void* key, const void* value) {
+RBTreeImpl::Node* RBTreeImpl::insertAt(bool insertLeft, Node* parent, const void* key,
+                                       const void* value) {
     Node* z = static_cast<Node*>(allocator_.alloc());
     typeUtil_->construct(keyOf(z, typeUtil_), key, value);
-    if (y == &header_ || x != nullptr || typeUtil_->less(key, keyOf(y, typeUtil_))) {
-        y->left = z;
-        if (y == &header_) {
+    if (insertLeft) {
+        parent->left = z; // the header's left is the leftmost: an empty tree sets it here
+        if (parent == &header_) {
             header_.parent = z;
             header_.right = z;
-        } else if (y == header_.left) {
+        } else if (parent == header_.left) {
             header_.left = z;
         }
     } else {
-        y->right = z;
-        if (y == header_.right) {
+        parent->right = z;
+        if (parent == header_.right) {
             header_.right = z;
         }
     }
-    z->parent = y;
+    z->parent = parent;
     z->left = nullptr;
     z->right = nullptr;
     rebalanceAfterInsert(z, header_.parent);
     ++count_;
     return z;
+}
+
+RBTreeImpl::Node* RBTreeImpl::insertBelow(Node* parent, const void* key, const void* value) {
+    const bool left = parent == &header_ || typeUtil_->less(key, keyOf(parent, typeUtil_));
+    return insertAt(left, parent, key, value);
 }
 
 std::pair<RBTreeImpl::Node*, bool> RBTreeImpl::insertNodeUnique(const void* key,
@@ -330,36 +336,49 @@ std::pair<RBTreeImpl::Node*, bool> RBTreeImpl::insertNodeUnique(const void* key,
     Node* j = y;
     if (goLeft) {
         if (j == leftmost()) {
-            return {insertAt(x, y, key, value), true};
+            return {insertAt(true, y, key, value), true};
         }
         j = j->prev();
     }
     if (typeUtil_->less(keyOf(j, typeUtil_), key)) {
-        return {insertAt(x, y, key, value), true};
+        return {insertAt(goLeft, y, key, value), true};
     }
     return {j, false};
 }
 
 RBTreeImpl::Node* RBTreeImpl::insertNodeUnique(Node* hint, const void* key, const void* value) {
     const auto less = typeUtil_->less;
-    if (hint == leftmost()) {
-        if (count_ > 0 && less(key, keyOf(hint, typeUtil_))) {
-            return insertAt(hint, hint, key, value);
-        }
-        return insertNodeUnique(key, value).first;
-    }
     if (hint == &header_) {
-        if (less(keyOf(rightmost(), typeUtil_), key)) {
-            return insertAt(nullptr, rightmost(), key, value);
+        if (count_ > 0 && less(keyOf(rightmost(), typeUtil_), key)) {
+            return insertAt(false, rightmost(), key, value);
         }
         return insertNodeUnique(key, value).first;
     }
-    Node* before = hint->prev();
-    if (less(keyOf(before, typeUtil_), key) && less(key, keyOf(hint, typeUtil_))) {
-        return before->right == nullptr ? insertAt(nullptr, before, key, value)
-                                        : insertAt(hint, hint, key, value);
+    if (less(key, keyOf(hint, typeUtil_))) {
+        // Belongs before the hint: right after its predecessor?
+        if (hint == leftmost()) {
+            return insertAt(true, hint, key, value);
+        }
+        Node* before = hint->prev();
+        if (less(keyOf(before, typeUtil_), key)) {
+            return before->right == nullptr ? insertAt(false, before, key, value)
+                                            : insertAt(true, hint, key, value);
+        }
+        return insertNodeUnique(key, value).first;
     }
-    return insertNodeUnique(key, value).first;
+    if (less(keyOf(hint, typeUtil_), key)) {
+        // Belongs after the hint: right before its successor?
+        if (hint == rightmost()) {
+            return insertAt(false, hint, key, value);
+        }
+        Node* after = hint->next();
+        if (less(key, keyOf(after, typeUtil_))) {
+            return hint->right == nullptr ? insertAt(false, hint, key, value)
+                                          : insertAt(true, after, key, value);
+        }
+        return insertNodeUnique(key, value).first;
+    }
+    return hint; // an equal key is already there
 }
 
 RBTreeImpl::Node* RBTreeImpl::insertNodeNonUnique(const void* key, const void* value) {
@@ -369,29 +388,52 @@ RBTreeImpl::Node* RBTreeImpl::insertNodeNonUnique(const void* key, const void* v
         y = x;
         x = typeUtil_->less(key, keyOf(x, typeUtil_)) ? x->left : x->right;
     }
-    return insertAt(x, y, key, value);
+    return insertBelow(y, key, value);
+}
+
+RBTreeImpl::Node* RBTreeImpl::insertNodeNonUniqueFirst(const void* key, const void* value) {
+    // Before every equal key.
+    Node* y = &header_;
+    Node* x = root();
+    while (x != nullptr) {
+        y = x;
+        x = !typeUtil_->less(keyOf(x, typeUtil_), key) ? x->left : x->right;
+    }
+    const bool left = y == &header_ || !typeUtil_->less(keyOf(y, typeUtil_), key);
+    return insertAt(left, y, key, value);
 }
 
 RBTreeImpl::Node* RBTreeImpl::insertNodeNonUnique(Node* hint, const void* key, const void* value) {
+    // As close as possible to just before the hint.
     const auto less = typeUtil_->less;
-    if (hint == leftmost()) {
-        if (count_ > 0 && !less(keyOf(hint, typeUtil_), key)) {
-            return insertAt(hint, hint, key, value);
-        }
-        return insertNodeNonUnique(key, value);
-    }
     if (hint == &header_) {
-        if (!less(key, keyOf(rightmost(), typeUtil_))) {
-            return insertAt(nullptr, rightmost(), key, value);
+        if (count_ > 0 && !less(key, keyOf(rightmost(), typeUtil_))) {
+            return insertAt(false, rightmost(), key, value);
         }
         return insertNodeNonUnique(key, value);
     }
-    Node* before = hint->prev();
-    if (!less(key, keyOf(before, typeUtil_)) && !less(keyOf(hint, typeUtil_), key)) {
-        return before->right == nullptr ? insertAt(nullptr, before, key, value)
-                                        : insertAt(hint, hint, key, value);
+    if (!less(keyOf(hint, typeUtil_), key)) {
+        // Not after the hint: try just before it, else after the equal keys.
+        if (hint == leftmost()) {
+            return insertAt(true, hint, key, value);
+        }
+        Node* before = hint->prev();
+        if (!less(key, keyOf(before, typeUtil_))) {
+            return before->right == nullptr ? insertAt(false, before, key, value)
+                                            : insertAt(true, hint, key, value);
+        }
+        return insertNodeNonUnique(key, value);
     }
-    return insertNodeNonUnique(key, value);
+    // After the hint: try just after it, else before the equal keys (closest to the hint).
+    if (hint == rightmost()) {
+        return insertAt(false, hint, key, value);
+    }
+    Node* after = hint->next();
+    if (!less(keyOf(after, typeUtil_), key)) {
+        return hint->right == nullptr ? insertAt(false, hint, key, value)
+                                      : insertAt(true, after, key, value);
+    }
+    return insertNodeNonUniqueFirst(key, value);
 }
 
 void RBTreeImpl::eraseNode(Node* node) {

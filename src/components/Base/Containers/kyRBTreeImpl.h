@@ -122,7 +122,7 @@ protected:
     Node* insertNodeUnique(Node* hint, const void* key, const void* value = nullptr);
     /// Inserts after every equal key.
     Node* insertNodeNonUnique(const void* key, const void* value = nullptr);
-    /// Inserts as close before `hint` as the order allows.
+    /// Inserts as close as the order allows to just before `hint`.
     Node* insertNodeNonUnique(Node* hint, const void* key, const void* value = nullptr);
 
     /// Destroys and frees `node`.
@@ -161,7 +161,12 @@ protected:
     BlockAllocator allocator_;
 
 private:
-    Node* insertAt(Node* x, Node* y, const void* key, const void* value);
+    // Links a new node as the left or right child of `parent` and rebalances.
+    Node* insertAt(bool insertLeft, Node* parent, const void* key, const void* value);
+    // Links a new node under the leaf `parent`, on the side the order says.
+    Node* insertBelow(Node* parent, const void* key, const void* value);
+    // Inserts before every equal key.
+    Node* insertNodeNonUniqueFirst(const void* key, const void* value);
     Node* cloneNode(const Node* source);
     Node* copySubtree(const Node* source, Node* parent);
     void destructSubtree(Node* node);
