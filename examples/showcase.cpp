@@ -6,7 +6,9 @@
 #include <cstdio>
 #include <string>
 
-void showcaseSection(const char* title) { std::printf("\n== %s ==\n", title); }
+void showcaseSection(const char* title) {
+    std::printf("\n== %s ==\n", title);
+}
 
 namespace {
 

@@ -18,8 +18,8 @@ TEST(BlockAllocatorTest, SlotSizes) {
         std::size_t requested;
         std::size_t slot;
     };
-    for (const Case c : {Case{1, 8}, Case{4, 8}, Case{8, 8}, Case{9, 16}, Case{24, 24},
-                         Case{30, 32}}) {
+    for (const Case c :
+         {Case{1, 8}, Case{4, 8}, Case{8, 8}, Case{9, 16}, Case{24, 24}, Case{30, 32}}) {
         ky::BlockAllocator pool(c.requested, 10);
         EXPECT_EQ(pool.elementSize(), c.slot) << c.requested;
         EXPECT_EQ(pool.blockBytes(), 10 * c.slot + 16) << c.requested;
@@ -121,7 +121,8 @@ TEST(BlockAllocatorTest, RandomUseAgainstASetOfLiveObjects) {
             std::memset(p, step & 0xFF, 24);
             live.push_back(p);
         } else {
-            const std::size_t i = static_cast<std::size_t>(rnd.range(0, static_cast<int>(live.size()) - 1));
+            const std::size_t i =
+                static_cast<std::size_t>(rnd.range(0, static_cast<int>(live.size()) - 1));
             std::swap(live[i], live.back());
             distinct.erase(live.back());
             pool.free(live.back());

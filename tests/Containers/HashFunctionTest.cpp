@@ -42,7 +42,8 @@ TEST(HashFunctionTest, EveryLengthAndEveryByteMatters) {
         for (int bit = 0; bit < 8; ++bit) {
             std::string flipped = base;
             flipped[i] = static_cast<char>(flipped[i] ^ (1 << bit));
-            EXPECT_NE(ky::hashfunction(flipped.data(), flipped.size()), original) << i << ":" << bit;
+            EXPECT_NE(ky::hashfunction(flipped.data(), flipped.size()), original)
+                << i << ":" << bit;
         }
     }
 }
@@ -63,10 +64,12 @@ TEST(HashFunctionTest, SpreadsSimilarKeysOverPrimeBuckets) {
 TEST(HashFunctionTest, IntegersHashToThemselves) {
     EXPECT_EQ(ky::hashfunction(42), 42u);
     EXPECT_EQ(ky::hashfunction(42u), 42u);
-    EXPECT_EQ(ky::hashfunction(static_cast<long long>(1) << 40), static_cast<ky::HashValue>(1) << 40);
+    EXPECT_EQ(ky::hashfunction(static_cast<long long>(1) << 40), static_cast<ky::HashValue>(1)
+                                                                     << 40);
     EXPECT_EQ(ky::hash<int>()(-1), static_cast<ky::HashValue>(-1));
     int x = 0;
-    EXPECT_EQ(ky::hashfunction(&x), static_cast<ky::HashValue>(reinterpret_cast<std::uintptr_t>(&x)));
+    EXPECT_EQ(ky::hashfunction(&x),
+              static_cast<ky::HashValue>(reinterpret_cast<std::uintptr_t>(&x)));
 }
 
 } // namespace

@@ -40,7 +40,9 @@ std::vector<K> keysInOrder(const ky::hash_map<K, V, SameHash>& h) {
 class HashTableTest : public ::testing::Test {
 protected:
     void SetUp() override { Counted::live = 0; }
-    void TearDown() override { EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice"; }
+    void TearDown() override {
+        EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice";
+    }
 };
 
 TEST_F(HashTableTest, BucketCountsFollowThePrimeTable) {
@@ -85,9 +87,9 @@ TEST_F(HashTableTest, RehashTruncatesAndPicksTheFirstPrimeNotBelow) {
         int request;
         std::size_t buckets;
     };
-    const Case cases[] = {{1.0f, 0, 0},    {1.0f, 1, 7},      {1.0f, 7, 7},
-                          {1.0f, 8, 13},   {1.0f, 13, 13},    {1.0f, 14, 29},
-                          {2.0f, 15, 7},   {2.0f, 29, 29},    {0.75f, 100, 193},
+    const Case cases[] = {{1.0f, 0, 0},         {1.0f, 1, 7},         {1.0f, 7, 7},
+                          {1.0f, 8, 13},        {1.0f, 13, 13},       {1.0f, 14, 29},
+                          {2.0f, 15, 7},        {2.0f, 29, 29},       {0.75f, 100, 193},
                           {1.0f, 98317, 98317}, {1.0f, 98318, 196613}};
     for (const Case& c : cases) {
         ky::hash_set<int> s;

@@ -47,7 +47,9 @@ typename L::iterator nth(L& l, int n) {
 class ListTest : public ::testing::Test {
 protected:
     void SetUp() override { Counted::live = 0; }
-    void TearDown() override { EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice"; }
+    void TearDown() override {
+        EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice";
+    }
 };
 
 TEST_F(ListTest, EmptyListIsItsOwnRing) {

@@ -87,7 +87,9 @@ void expectSameMap(const Mine& mine, const Reference& reference) {
 class TreeTest : public ::testing::Test {
 protected:
     void SetUp() override { Counted::live = 0; }
-    void TearDown() override { EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice"; }
+    void TearDown() override {
+        EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice";
+    }
 };
 
 template <class Mine, class Reference>
@@ -142,8 +144,7 @@ void runMapDifferential(std::uint32_t seed, int steps, int keyRange) {
             ASSERT_EQ(m.count(key), r.count(key));
             auto mine = m.equal_range(key);
             auto ref = r.equal_range(key);
-            ASSERT_EQ(std::distance(mine.first, mine.second),
-                      std::distance(ref.first, ref.second));
+            ASSERT_EQ(std::distance(mine.first, mine.second), std::distance(ref.first, ref.second));
             ASSERT_EQ(m.find(key) == m.end(), r.find(key) == r.end());
             ASSERT_EQ(m.upper_bound(key) == m.end(), r.upper_bound(key) == r.end());
             break;
@@ -191,8 +192,7 @@ TEST_F(TreeTest, MapDifferentialAgainstStdMap) {
 TEST_F(TreeTest, MultimapDifferentialAgainstStdMultimap) {
     // Equal keys stay in insertion order, as in std::multimap.
     for (std::uint32_t seed = 1; seed <= 12; ++seed) {
-        runMapDifferential<ky::multimap<int, Counted>, std::multimap<int, Counted>>(seed, 700,
-                                                                                   40);
+        runMapDifferential<ky::multimap<int, Counted>, std::multimap<int, Counted>>(seed, 700, 40);
     }
 }
 

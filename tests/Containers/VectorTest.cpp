@@ -15,8 +15,12 @@ using kytest::Counted;
 
 namespace {
 
-[[maybe_unused]] int toInt(int x) { return x; }
-int toInt(const Counted& x) { return x.value(); }
+[[maybe_unused]] int toInt(int x) {
+    return x;
+}
+int toInt(const Counted& x) {
+    return x.value();
+}
 
 template <class T>
 void expectSame(const ky::vector<T>& mine, const std::vector<T>& reference) {
@@ -30,7 +34,9 @@ void expectSame(const ky::vector<T>& mine, const std::vector<T>& reference) {
 class VectorTest : public ::testing::Test {
 protected:
     void SetUp() override { Counted::live = 0; }
-    void TearDown() override { EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice"; }
+    void TearDown() override {
+        EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice";
+    }
 };
 
 TEST_F(VectorTest, GrowsByEightBelowThirtyTwoThenDoubles) {

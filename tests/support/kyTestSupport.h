@@ -22,9 +22,7 @@ public:
 
     Counted() : value_(0), alive_(kAlive) { ++live, ++constructed; }
     Counted(int value) : value_(value), alive_(kAlive) { ++live, ++constructed; } // NOLINT
-    Counted(const Counted& other) : value_(other.check()), alive_(kAlive) {
-        ++live, ++constructed;
-    }
+    Counted(const Counted& other) : value_(other.check()), alive_(kAlive) { ++live, ++constructed; }
     Counted& operator=(const Counted& other) {
         check();
         value_ = other.check();

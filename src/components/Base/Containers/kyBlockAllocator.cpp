@@ -21,7 +21,9 @@ BlockAllocator::BlockAllocator(std::size_t elementSize, int numElementsInBlock)
       numElementsInBlock_(numElementsInBlock < 1 ? 1 : numElementsInBlock),
       blockBytes_(static_cast<std::size_t>(numElementsInBlock_) * elementSize_ + kHeaderBytes) {}
 
-BlockAllocator::~BlockAllocator() { freeEverything(); }
+BlockAllocator::~BlockAllocator() {
+    freeEverything();
+}
 
 void BlockAllocator::swap(BlockAllocator& other) noexcept {
     std::swap(blocks_, other.blocks_);

@@ -100,7 +100,7 @@ private:
 
     void* allocFromNewBlock();
 
-    Block* blocks_ = nullptr;     // newest first
+    Block* blocks_ = nullptr;      // newest first
     FreeSlot* freeList_ = nullptr; // last freed first
     std::size_t elementSize_;
     int numElementsInBlock_;

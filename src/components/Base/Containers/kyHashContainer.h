@@ -51,15 +51,24 @@ private:
         using reference = V&;
 
         Iterator() = default;
-        Iterator(const HashNodeImpl* node, const HashTableImpl* table)
-            : node_(const_cast<HashNodeImpl*>(node)), table_(table) {}
+        Iterator(const HashNodeImpl* node, const HashTableImpl* table, int bucket = -1)
+            : node_(const_cast<HashNodeImpl*>(node)), table_(table), bucket_(bucket) {}
         template <class W, class = std::enable_if_t<std::is_const_v<V> && !std::is_const_v<W>>>
-        Iterator(const Iterator<W>& other) : node_(other.node_), table_(other.table_) {}
+        Iterator(const Iterator<W>& other)
+            : node_(other.node_), table_(other.table_), bucket_(other.bucket_) {}
 
         reference operator*() const { return *element(node_); }
         pointer operator->() const { return element(node_); }
+        /// The rest of the chain, then the next non-empty bucket (`HashNodeImpl::nextItem`),
+        /// remembering the bucket so that a walk costs no division per chain.
         Iterator& operator++() {
-            node_ = node_->nextItem(*table_);
+            if (node_->next != nullptr) {
+                node_ = node_->next;
+                return *this;
+            }
+            int bucket = (bucket_ >= 0 ? bucket_ : table_->bucketOf(node_)) + 1;
+            node_ = table_->firstNodeFrom(bucket);
+            bucket_ = bucket;
             return *this;
         }
         Iterator operator++(int) {
@@ -76,6 +85,7 @@ private:
         }
         HashNodeImpl* node_ = nullptr;
         const HashTableImpl* table_ = nullptr;
+        int bucket_ = -1; // the bucket of node_ when known, -1 when not yet computed
         template <class>
         friend class Iterator;
         friend class HashContainer;
@@ -120,8 +130,16 @@ public:
         return *this;
     }
 
-    iterator begin() noexcept { return iterator(firstNode(), this); }
-    const_iterator begin() const noexcept { return const_iterator(firstNode(), this); }
+    iterator begin() noexcept {
+        int bucket = 0;
+        HashNodeImpl* first = firstNodeFrom(bucket);
+        return iterator(first, this, bucket);
+    }
+    const_iterator begin() const noexcept {
+        int bucket = 0;
+        HashNodeImpl* first = firstNodeFrom(bucket);
+        return const_iterator(first, this, bucket);
+    }
     const_iterator cbegin() const noexcept { return begin(); }
     iterator end() noexcept { return iterator(nullptr, this); }
     const_iterator end() const noexcept { return const_iterator(nullptr, this); }
@@ -166,9 +184,10 @@ public:
     }
 
     iterator erase(const_iterator pos) {
-        HashNodeImpl* next = pos.node_->nextItem(*this);
+        const_iterator next = pos;
+        ++next;
         eraseNode(pos.node_);
-        return iterator(next, this);
+        return iterator(next.node_, this, next.bucket_);
     }
     template <class It = iterator, class = std::enable_if_t<!std::is_same_v<It, const_iterator>>>
     iterator erase(iterator pos) {
@@ -186,16 +205,14 @@ public:
 
     size_type count(const key_type& key) const {
         if constexpr (kUnique) {
-            return findNode(hashOf(key), &key) == nullptr ? 0 : 1;
+            return lookup(key) == nullptr ? 0 : 1;
         } else {
             return HashTableImpl::count(hashOf(key), &key);
         }
     }
-    bool contains(const key_type& key) const { return findNode(hashOf(key), &key) != nullptr; }
-    iterator find(const key_type& key) { return iterator(findNode(hashOf(key), &key), this); }
-    const_iterator find(const key_type& key) const {
-        return const_iterator(findNode(hashOf(key), &key), this);
-    }
+    bool contains(const key_type& key) const { return lookup(key) != nullptr; }
+    iterator find(const key_type& key) { return iterator(lookup(key), this); }
+    const_iterator find(const key_type& key) const { return const_iterator(lookup(key), this); }
     std::pair<iterator, iterator> equal_range(const key_type& key) {
         const std::pair<HashNodeImpl*, HashNodeImpl*> r = range(key);
         return {iterator(r.first, this), iterator(r.second, this)};
@@ -271,17 +288,26 @@ protected:
     }
 
 private:
+    static const key_type& keyAt(const HashNodeImpl* node) {
+        return Traits::keyOf(*reinterpret_cast<const value_type*>(
+            reinterpret_cast<const char*>(node) + kElementOffset));
+    }
+    // The engine's chain walk with the key equality inline.
+    HashNodeImpl* lookup(const key_type& key) const {
+        return findNodeWith(hashOf(key),
+                            [&key](const HashNodeImpl* node) { return Equal()(keyAt(node), key); });
+    }
     // Equal keys are adjacent in their chain: the range is the first equal node up to the
     // first node after the run (which may be in a later bucket).
     std::pair<HashNodeImpl*, HashNodeImpl*> range(const key_type& key) const {
         const std::uint64_t hash = hashOf(key);
-        HashNodeImpl* first = findNode(hash, &key);
+        HashNodeImpl* first = lookup(key);
         if (first == nullptr) {
             return {nullptr, nullptr};
         }
         HashNodeImpl* last = first;
         while (last->next != nullptr && last->next->hash == hash &&
-               Equal()(key, *static_cast<const key_type*>(keyOf(last->next)))) {
+               Equal()(keyAt(last->next), key)) {
             last = last->next;
         }
         return {first, last->nextItem(*this)};

@@ -29,7 +29,9 @@ KY_BASE_API HashValue hashfunction(const char* begin, const char* end);
 /// Integers and pointers hash to their own value: bucket counts are primes, so the low bits
 /// need no mixing, and sequential keys spread evenly over the buckets.
 #define KY_HASH_IDENTITY(T)                                                                        \
-    inline HashValue hashfunction(T value) { return static_cast<HashValue>(value); }
+    inline HashValue hashfunction(T value) {                                                       \
+        return static_cast<HashValue>(value);                                                      \
+    }
 KY_HASH_IDENTITY(bool)
 KY_HASH_IDENTITY(char)
 KY_HASH_IDENTITY(signed char)
@@ -48,7 +50,9 @@ KY_HASH_IDENTITY(unsigned long long)
 #undef KY_HASH_IDENTITY
 
 /// A modifiable narrow string hashes by content, like `const char*`.
-inline HashValue hashfunction(char* text) { return hashfunction(static_cast<const char*>(text)); }
+inline HashValue hashfunction(char* text) {
+    return hashfunction(static_cast<const char*>(text));
+}
 
 /// Other pointers hash to their address.
 template <class T>

@@ -32,17 +32,13 @@ HashTableImpl::BucketVector::BucketVector() : VectorImpl(&kBucketTypeUtil) {}
 HashTableImpl::HashTableImpl(const TypeUtil* typeUtil)
     : typeUtil_(typeUtil), allocator_(typeUtil->nodeSize, 10) {}
 
-HashTableImpl::~HashTableImpl() { destructAll(); }
+HashTableImpl::~HashTableImpl() {
+    destructAll();
+}
 
 HashTableImpl::HashNodeImpl* HashTableImpl::firstNode() const {
-    const int n = bucketCount();
-    HashNodeImpl* const* heads = buckets();
-    for (int b = 0; b < n; ++b) {
-        if (heads[b] != nullptr) {
-            return heads[b];
-        }
-    }
-    return nullptr;
+    int bucket = 0;
+    return firstNodeFrom(bucket);
 }
 
 HashTableImpl::HashNodeImpl* HashTableImpl::newNode(std::uint64_t hash, const void* key,
@@ -61,8 +57,7 @@ void HashTableImpl::freeNode(HashNodeImpl* node) {
 }
 
 void HashTableImpl::eraseNode(HashNodeImpl* node) {
-    HashNodeImpl** link =
-        &bucketArray()[node->hash % static_cast<std::uint64_t>(bucketCount())];
+    HashNodeImpl** link = &bucketArray()[node->hash % static_cast<std::uint64_t>(bucketCount())];
     while (*link != node) {
         link = &(*link)->next;
     }
@@ -280,9 +275,8 @@ HashTableImpl::HashNodeImpl* HashTableImpl::insert_unique_noresize(std::uint64_t
     return node;
 }
 
-HashTableImpl::HashNodeImpl* HashTableImpl::insert_non_unique_noresize(std::uint64_t hash,
-                                                                       const void* key,
-                                                                       const void* value) {
+HashTableImpl::HashNodeImpl*
+HashTableImpl::insert_non_unique_noresize(std::uint64_t hash, const void* key, const void* value) {
     // Before the first equal key, so that equal keys stay together; at the head otherwise.
     HashNodeImpl** link = &bucketArray()[hash % static_cast<std::uint64_t>(bucketCount())];
     for (HashNodeImpl** probe = link; *probe != nullptr; probe = &(*probe)->next) {

@@ -37,14 +37,8 @@ public:
             if (next != nullptr) {
                 return next;
             }
-            const int n = table.bucketCount();
-            HashNodeImpl* const* buckets = table.buckets();
-            for (int b = static_cast<int>(hash % static_cast<std::uint64_t>(n)) + 1; b < n; ++b) {
-                if (buckets[b] != nullptr) {
-                    return buckets[b];
-                }
-            }
-            return nullptr;
+            int bucket = table.bucketOf(this) + 1;
+            return table.firstNodeFrom(bucket);
         }
     };
 
@@ -74,15 +68,38 @@ public:
     HashNodeImpl* firstNode() const;
     /// The node with an equal key, or null.
     HashNodeImpl* findNode(std::uint64_t hash, const void* key) const {
+        const auto equal = typeUtil_->equal;
+        return findNodeWith(
+            hash, [this, key, equal](const HashNodeImpl* node) { return equal(keyOf(node), key); });
+    }
+    /// The chain walk of `findNode` with the key test supplied by the caller: typed front ends
+    /// pass their equality inline instead of through the table's function pointer.
+    template <class KeyMatches>
+    HashNodeImpl* findNodeWith(std::uint64_t hash, KeyMatches matches) const {
         const int n = bucketCount();
         if (n == 0) {
             return nullptr;
         }
-        const auto equal = typeUtil_->equal;
         for (HashNodeImpl* node = buckets()[hash % static_cast<std::uint64_t>(n)]; node != nullptr;
              node = node->next) {
-            if (node->hash == hash && equal(keyOf(node), key)) {
+            if (node->hash == hash && matches(node)) {
                 return node;
+            }
+        }
+        return nullptr;
+    }
+    /// Index of the bucket holding `node`.
+    int bucketOf(const HashNodeImpl* node) const {
+        return static_cast<int>(node->hash % static_cast<std::uint64_t>(bucketCount()));
+    }
+    /// The first node of the first non-empty bucket from `bucket` on, or null; `bucket` is
+    /// advanced to it.
+    HashNodeImpl* firstNodeFrom(int& bucket) const {
+        const int n = bucketCount();
+        HashNodeImpl* const* heads = buckets();
+        for (; bucket < n; ++bucket) {
+            if (heads[bucket] != nullptr) {
+                return heads[bucket];
             }
         }
         return nullptr;
@@ -130,7 +147,9 @@ public:
                                              const void* value);
 
     int size() const { return count_; }
-    HashNodeImpl* const* buckets() const { return static_cast<HashNodeImpl* const*>(buckets_.data_); }
+    HashNodeImpl* const* buckets() const {
+        return static_cast<HashNodeImpl* const*>(buckets_.data_);
+    }
     void* keyOf(const HashNodeImpl* node) const {
         return reinterpret_cast<char*>(const_cast<HashNodeImpl*>(node)) + typeUtil_->keyOffset;
     }

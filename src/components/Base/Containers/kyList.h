@@ -278,18 +278,17 @@ private:
     }
     template <class Predicate>
     static bool matchThunk(const void* pred, const void* element) {
-        return (*static_cast<Predicate*>(const_cast<void*>(pred)))(
-            *static_cast<const T*>(element));
+        return (*static_cast<Predicate*>(const_cast<void*>(pred)))(*static_cast<const T*>(element));
     }
     template <class BinaryPredicate>
     static bool predicateThunk(const void* pred, const void* a, const void* b) {
-        return (*static_cast<BinaryPredicate*>(const_cast<void*>(pred)))(
-            *static_cast<const T*>(a), *static_cast<const T*>(b));
+        return (*static_cast<BinaryPredicate*>(const_cast<void*>(pred)))(*static_cast<const T*>(a),
+                                                                         *static_cast<const T*>(b));
     }
     template <class Compare>
     static bool lessThunk(const void* comp, const void* a, const void* b) {
         return (*static_cast<Compare*>(const_cast<void*>(comp)))(*static_cast<const T*>(a),
-                                                                  *static_cast<const T*>(b));
+                                                                 *static_cast<const T*>(b));
     }
     template <class Compare>
     static void mergeThunk(ListImpl& into, ListImpl& from, const void* comp) {

@@ -33,7 +33,9 @@ ListImpl::Node* ListImpl::newNode() const {
     return static_cast<Node*>(std::malloc(typeUtil_->nodeSize));
 }
 
-void ListImpl::deleteNode(Node* node) const { std::free(node); }
+void ListImpl::deleteNode(Node* node) const {
+    std::free(node);
+}
 
 void ListImpl::link(Node* pos, Node* node) {
     node->next = pos;
@@ -89,13 +91,21 @@ ListImpl::Node* ListImpl::insert(Node* pos, int n, const void* value) {
     return first;
 }
 
-ListImpl::Node* ListImpl::append() { return insertDefault(&head_); }
-ListImpl::Node* ListImpl::append(const void* value) { return insert(&head_, value); }
+ListImpl::Node* ListImpl::append() {
+    return insertDefault(&head_);
+}
+ListImpl::Node* ListImpl::append(const void* value) {
+    return insert(&head_, value);
+}
 ListImpl::Node* ListImpl::append(const void* value, CopyFunction copy) {
     return insert(&head_, value, copy);
 }
-ListImpl::Node* ListImpl::prepend() { return insertDefault(head_.next); }
-ListImpl::Node* ListImpl::prepend(const void* value) { return insert(head_.next, value); }
+ListImpl::Node* ListImpl::prepend() {
+    return insertDefault(head_.next);
+}
+ListImpl::Node* ListImpl::prepend(const void* value) {
+    return insert(head_.next, value);
+}
 ListImpl::Node* ListImpl::prepend(const void* value, CopyFunction copy) {
     return insert(head_.next, value, copy);
 }
@@ -179,8 +189,12 @@ ListImpl::Node* ListImpl::erase(Node* node) {
     return next;
 }
 
-void ListImpl::eraseFront() { erase(head_.next); }
-void ListImpl::eraseBack() { erase(head_.prev); }
+void ListImpl::eraseFront() {
+    erase(head_.next);
+}
+void ListImpl::eraseBack() {
+    erase(head_.prev);
+}
 
 ListImpl::Node* ListImpl::erase(Node* first, Node* last) {
     while (first != last) {

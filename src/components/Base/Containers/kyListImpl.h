@@ -127,8 +127,8 @@ protected:
     // Moves [first, last) (of any list) before `pos`; counts are the caller's business.
     static void transfer(Node* pos, Node* first, Node* last);
 
-    Node head_;          // next, prev: the ring through the list object itself
-    int count_ = 0;      // number of elements
+    Node head_;     // next, prev: the ring through the list object itself
+    int count_ = 0; // number of elements
     const TypeUtil* typeUtil_;
 
     template <class T>

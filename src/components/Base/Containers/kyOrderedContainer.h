@@ -189,34 +189,45 @@ public:
         eraseNodesRange(first.node_, last.node_);
         return iterator(last.node_);
     }
-    size_type erase(const key_type& key) { return eraseNodesMatching(&key); }
+    size_type erase(const key_type& key) {
+        if constexpr (kUnique) {
+            Node* node = findKey(key);
+            if (node == header()) {
+                return 0;
+            }
+            eraseNode(node);
+            return 1;
+        } else {
+            const std::pair<Node*, Node*> r = rangeOf(key);
+            const size_type n = sDistanceBetween(r.first, r.second);
+            eraseNodesRange(r.first, r.second);
+            return n;
+        }
+    }
 
     void swap(OrderedContainer& other) noexcept { RBTreeImpl::swap(other); }
 
     size_type count(const key_type& key) const {
         if constexpr (kUnique) {
-            return findNode(&key) == header() ? 0 : 1;
+            return findKey(key) == header() ? 0 : 1;
         } else {
-            return RBTreeImpl::count(&key);
+            const std::pair<Node*, Node*> r = rangeOf(key);
+            return sDistanceBetween(r.first, r.second);
         }
     }
-    bool contains(const key_type& key) const { return findNode(&key) != header(); }
-    iterator find(const key_type& key) { return iterator(findNode(&key)); }
-    const_iterator find(const key_type& key) const { return const_iterator(findNode(&key)); }
-    iterator lower_bound(const key_type& key) { return iterator(lowerBound(&key)); }
-    const_iterator lower_bound(const key_type& key) const {
-        return const_iterator(lowerBound(&key));
-    }
-    iterator upper_bound(const key_type& key) { return iterator(upperBound(&key)); }
-    const_iterator upper_bound(const key_type& key) const {
-        return const_iterator(upperBound(&key));
-    }
+    bool contains(const key_type& key) const { return findKey(key) != header(); }
+    iterator find(const key_type& key) { return iterator(findKey(key)); }
+    const_iterator find(const key_type& key) const { return const_iterator(findKey(key)); }
+    iterator lower_bound(const key_type& key) { return iterator(lowerKey(key)); }
+    const_iterator lower_bound(const key_type& key) const { return const_iterator(lowerKey(key)); }
+    iterator upper_bound(const key_type& key) { return iterator(upperKey(key)); }
+    const_iterator upper_bound(const key_type& key) const { return const_iterator(upperKey(key)); }
     std::pair<iterator, iterator> equal_range(const key_type& key) {
-        const std::pair<Node*, Node*> r = equalRange(&key);
+        const std::pair<Node*, Node*> r = rangeOf(key);
         return {iterator(r.first), iterator(r.second)};
     }
     std::pair<const_iterator, const_iterator> equal_range(const key_type& key) const {
-        const std::pair<Node*, Node*> r = equalRange(&key);
+        const std::pair<Node*, Node*> r = rangeOf(key);
         return {const_iterator(r.first), const_iterator(r.second)};
     }
     key_compare key_comp() const { return Compare(); }
@@ -253,6 +264,25 @@ protected:
     }
 
 private:
+    static const key_type& keyAt(const Node* node) {
+        return Traits::keyOf(*reinterpret_cast<const value_type*>(
+            reinterpret_cast<const char*>(node) + kElementOffset));
+    }
+    // The engine's tree walks, with the comparator inline.
+    Node* lowerKey(const key_type& key) const {
+        return lowerBoundWith([&key](const Node* x) { return Compare()(keyAt(x), key); });
+    }
+    Node* upperKey(const key_type& key) const {
+        return upperBoundWith([&key](const Node* x) { return Compare()(key, keyAt(x)); });
+    }
+    Node* findKey(const key_type& key) const {
+        Node* j = lowerKey(key);
+        return j == header() || Compare()(key, keyAt(j)) ? header() : j;
+    }
+    std::pair<Node*, Node*> rangeOf(const key_type& key) const {
+        return {lowerKey(key), upperKey(key)};
+    }
+
     static void construct(void* element, const void* key, const void* value) {
         const key_type& k = *static_cast<const key_type*>(key);
         if constexpr (Traits::kIsMap) {

@@ -44,7 +44,9 @@ void rotateRight(Node* x, Node*& root) {
     x->parent = y;
 }
 
-bool isBlack(const Node* node) { return node == nullptr || node->colour == RBTreeImpl::kBlack; }
+bool isBlack(const Node* node) {
+    return node == nullptr || node->colour == RBTreeImpl::kBlack;
+}
 
 // Restores the red-black rules after `x` was linked in as a red leaf.
 void rebalanceAfterInsert(Node* x, Node*& root) {
@@ -239,7 +241,9 @@ RBTreeImpl::RBTreeImpl(const TypeUtil* typeUtil)
     resetHeader();
 }
 
-RBTreeImpl::~RBTreeImpl() { destructAllNodes(); }
+RBTreeImpl::~RBTreeImpl() {
+    destructAllNodes();
+}
 
 void RBTreeImpl::resetHeader() {
     header_.colour = kRed;
@@ -465,31 +469,13 @@ std::size_t RBTreeImpl::eraseNodesMatching(const void* key) {
 }
 
 RBTreeImpl::Node* RBTreeImpl::lowerBound(const void* key) const {
-    Node* y = header();
-    Node* x = root();
-    while (x != nullptr) {
-        if (!typeUtil_->less(keyOf(x, typeUtil_), key)) {
-            y = x;
-            x = x->left;
-        } else {
-            x = x->right;
-        }
-    }
-    return y;
+    const TypeUtil* t = typeUtil_;
+    return lowerBoundWith([t, key](const Node* x) { return t->less(keyOf(x, t), key); });
 }
 
 RBTreeImpl::Node* RBTreeImpl::upperBound(const void* key) const {
-    Node* y = header();
-    Node* x = root();
-    while (x != nullptr) {
-        if (typeUtil_->less(key, keyOf(x, typeUtil_))) {
-            y = x;
-            x = x->left;
-        } else {
-            x = x->right;
-        }
-    }
-    return y;
+    const TypeUtil* t = typeUtil_;
+    return upperBoundWith([t, key](const Node* x) { return t->less(key, keyOf(x, t)); });
 }
 
 RBTreeImpl::Node* RBTreeImpl::findNode(const void* key) const {

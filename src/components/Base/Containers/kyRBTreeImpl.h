@@ -149,6 +149,39 @@ protected:
     void destructAllNodes();
     void setNumElementsInBlock(int n) { allocator_.setNumElementsInBlock(n); }
 
+    /// The walk of `lowerBound` with the order supplied by the caller (`nodeBelowKey(node)`:
+    /// the node's key orders before the key sought); typed front ends pass their comparator
+    /// inline instead of through the table's function pointer.
+    template <class NodeBelowKey>
+    Node* lowerBoundWith(NodeBelowKey nodeBelowKey) const {
+        Node* y = header();
+        Node* x = root();
+        while (x != nullptr) {
+            if (!nodeBelowKey(x)) {
+                y = x;
+                x = x->left;
+            } else {
+                x = x->right;
+            }
+        }
+        return y;
+    }
+    /// The walk of `upperBound` (`keyBelowNode(node)`: the key sought orders before the node's).
+    template <class KeyBelowNode>
+    Node* upperBoundWith(KeyBelowNode keyBelowNode) const {
+        Node* y = header();
+        Node* x = root();
+        while (x != nullptr) {
+            if (keyBelowNode(x)) {
+                y = x;
+                x = x->left;
+            } else {
+                x = x->right;
+            }
+        }
+        return y;
+    }
+
     Node* header() const { return const_cast<Node*>(&header_); }
     Node* root() const { return header_.parent; }
     Node* leftmost() const { return header_.left; }

@@ -28,7 +28,8 @@ namespace ky {
 /// @endcode
 template <class T>
 class vector : protected VectorImpl {
-    static_assert(alignof(T) <= alignof(std::max_align_t), "over-aligned element types are not supported");
+    static_assert(alignof(T) <= alignof(std::max_align_t),
+                  "over-aligned element types are not supported");
 
 public:
     using value_type = T;
@@ -137,8 +138,9 @@ public:
         const int i = indexOf(pos);
         if constexpr (kContiguousOfT<It>) {
             VectorImpl::insert(i, static_cast<const void*>(first), static_cast<int>(last - first));
-        } else if constexpr (std::is_base_of_v<std::forward_iterator_tag,
-                                               typename std::iterator_traits<It>::iterator_category>) {
+        } else if constexpr (std::is_base_of_v<
+                                 std::forward_iterator_tag,
+                                 typename std::iterator_traits<It>::iterator_category>) {
             VectorImpl::insert(i, &first, &last, &distanceOf<It>, &copyRange<It>);
         } else {
             // Single-pass input: one element at a time.
@@ -211,7 +213,7 @@ private:
     // Pointers to T: ranges the engine can copy in one call.
     template <class It>
     static constexpr bool kContiguousOfT =
-        std::is_pointer_v<It> && std::is_same_v<std::remove_cv_t<std::remove_pointer_t<It>>, T>;
+        std::is_pointer_v<It>&& std::is_same_v<std::remove_cv_t<std::remove_pointer_t<It>>, T>;
 
     int indexOf(const_iterator pos) const { return static_cast<int>(pos - begin()); }
 

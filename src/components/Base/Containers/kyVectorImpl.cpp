@@ -152,7 +152,9 @@ void* VectorImpl::append() {
     return p;
 }
 
-void VectorImpl::append(const void* value) { insert(size_, value); }
+void VectorImpl::append(const void* value) {
+    insert(size_, value);
+}
 
 void VectorImpl::append(const void* value, CopyFunction copy) {
     if (size_ < capacity_) {
@@ -169,7 +171,9 @@ void VectorImpl::append(const void* value, CopyFunction copy) {
     ++size_;
 }
 
-void VectorImpl::appendAndAssignPtr(void* ptr) { growByOneAndAssignPtr(ptr); }
+void VectorImpl::appendAndAssignPtr(void* ptr) {
+    growByOneAndAssignPtr(ptr);
+}
 
 void* VectorImpl::appendAndReturnPtr() {
     growByOne();
@@ -336,7 +340,9 @@ void VectorImpl::setCapacity(int n) {
     capacity_ = n;
 }
 
-void VectorImpl::destruct(int pos) { destructRange(pos, pos + 1); }
+void VectorImpl::destruct(int pos) {
+    destructRange(pos, pos + 1);
+}
 
 void VectorImpl::destructRange(int first, int last) {
     if (last <= first) {
