@@ -201,58 +201,72 @@ const bool kGoals[] = {
     kybench::goal("map_string/find", "std", 1.0),
     kybench::goal("map_string/erase", "std", 0),
     kybench::goal("map_string/iterate", "std", 0),
-    kybench::goal("pool/alloc_free", "malloc", 3.0),
+    kybench::goal("pool/alloc_free_lifo", "malloc", 3.0),
+    kybench::goal("pool/alloc_free_random", "malloc", 3.0),
     kybench::goal("vector/push_back", "std", 0),
 };
 
-// Allocation pattern of a node container: a burst of allocations, then frees in mixed order.
+// Allocation patterns of a node container: a burst of allocations, then frees either in
+// reverse order (temporary nodes, stack-like churn) or in random order (erasing from a
+// container); the next burst reuses what was freed.
 constexpr int kPoolObjects = 10000;
 constexpr std::size_t kObjectBytes = 40;
 
-const std::vector<int>& freeOrder() {
-    static const std::vector<int> order = [] {
+const std::vector<int>& freeOrder(bool random) {
+    static const std::vector<int> reverse = [] {
         std::vector<int> o(kPoolObjects);
         for (int i = 0; i < kPoolObjects; ++i) {
-            o[static_cast<std::size_t>(i)] = i;
+            o[static_cast<std::size_t>(i)] = kPoolObjects - 1 - i;
         }
+        return o;
+    }();
+    static const std::vector<int> shuffled = [] {
+        std::vector<int> o = reverse;
         std::shuffle(o.begin(), o.end(), std::mt19937(5));
         return o;
     }();
-    return order;
+    return random ? shuffled : reverse;
 }
 
-void BM_PoolAllocFree(benchmark::State& state) {
-    ky::BlockAllocator pool(kObjectBytes, 10);
+struct PoolAllocator {
+    ky::BlockAllocator pool{kObjectBytes, 10};
+    void* alloc() { return pool.alloc(); }
+    void free(void* p) { pool.free(p); }
+};
+
+struct MallocAllocator {
+    void* alloc() { return std::malloc(kObjectBytes); }
+    void free(void* p) { std::free(p); }
+};
+
+template <class Allocator, bool kRandom>
+void BM_AllocFree(benchmark::State& state) {
+    Allocator allocator;
     std::vector<void*> objects(kPoolObjects);
-    const auto& order = freeOrder();
+    const auto& order = freeOrder(kRandom);
     for (auto _ : state) {
         for (int i = 0; i < kPoolObjects; ++i) {
-            objects[static_cast<std::size_t>(i)] = pool.alloc();
+            objects[static_cast<std::size_t>(i)] = allocator.alloc();
         }
         benchmark::DoNotOptimize(objects.data());
         for (int i : order) {
-            pool.free(objects[static_cast<std::size_t>(i)]);
+            allocator.free(objects[static_cast<std::size_t>(i)]);
         }
     }
     state.SetItemsProcessed(state.iterations() * kPoolObjects);
 }
-BENCHMARK(BM_PoolAllocFree)->Name("pool/alloc_free/base")->Unit(benchmark::kMicrosecond);
-
-void BM_MallocFree(benchmark::State& state) {
-    std::vector<void*> objects(kPoolObjects);
-    const auto& order = freeOrder();
-    for (auto _ : state) {
-        for (int i = 0; i < kPoolObjects; ++i) {
-            objects[static_cast<std::size_t>(i)] = std::malloc(kObjectBytes);
-        }
-        benchmark::DoNotOptimize(objects.data());
-        for (int i : order) {
-            std::free(objects[static_cast<std::size_t>(i)]);
-        }
-    }
-    state.SetItemsProcessed(state.iterations() * kPoolObjects);
-}
-BENCHMARK(BM_MallocFree)->Name("pool/alloc_free/malloc")->Unit(benchmark::kMicrosecond);
+BENCHMARK_TEMPLATE(BM_AllocFree, PoolAllocator, false)
+    ->Name("pool/alloc_free_lifo/base")
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_TEMPLATE(BM_AllocFree, MallocAllocator, false)
+    ->Name("pool/alloc_free_lifo/malloc")
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_TEMPLATE(BM_AllocFree, PoolAllocator, true)
+    ->Name("pool/alloc_free_random/base")
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_TEMPLATE(BM_AllocFree, MallocAllocator, true)
+    ->Name("pool/alloc_free_random/malloc")
+    ->Unit(benchmark::kMicrosecond);
 
 template <class Vector>
 void BM_PushBack(benchmark::State& state) {

@@ -156,10 +156,11 @@ public:
         const key_type& key = Traits::keyOf(value);
         if constexpr (kUnique) {
             bool inserted = false;
-            HashNodeImpl* node = insertUnique(hashOf(key), &key, valuePtr(value), &inserted);
+            HashNodeImpl* node =
+                insertUnique(hashOf(key), &key, Traits::valuePtr(value), &inserted);
             return {iterator(node, this), inserted};
         } else {
-            return iterator(insertNonUnique(hashOf(key), &key, valuePtr(value)), this);
+            return iterator(insertNonUnique(hashOf(key), &key, Traits::valuePtr(value)), this);
         }
     }
     /// The hint is ignored: a hash table has no better place to start.
@@ -276,21 +277,13 @@ protected:
         alignUp(sizeof(HashNodeImpl), alignof(value_type));
 
     static std::uint64_t hashOf(const key_type& key) { return Hash()(key); }
-    static const void* valuePtr(const value_type& value) {
-        if constexpr (Traits::kIsMap) {
-            return &value.second;
-        } else {
-            return nullptr;
-        }
-    }
     mapped_type& valueAt(const key_type& key) {
         return *static_cast<mapped_type*>(valueOf(get(hashOf(key), &key)));
     }
 
 private:
     static const key_type& keyAt(const HashNodeImpl* node) {
-        return Traits::keyOf(*reinterpret_cast<const value_type*>(
-            reinterpret_cast<const char*>(node) + kElementOffset));
+        return Traits::keyOf(elementAt<Traits>(node, kElementOffset));
     }
     // The engine's chain walk with the key equality inline.
     HashNodeImpl* lookup(const key_type& key) const {
@@ -313,35 +306,14 @@ private:
         return {first, last->nextItem(*this)};
     }
 
-    static void construct(void* element, const void* key, const void* value) {
-        const key_type& k = *static_cast<const key_type*>(key);
-        if constexpr (Traits::kIsMap) {
-            if (value != nullptr) {
-                ::new (element) value_type(k, *static_cast<const mapped_type*>(value));
-            } else {
-                ::new (element) value_type(std::piecewise_construct, std::forward_as_tuple(k),
-                                           std::forward_as_tuple());
-            }
-        } else {
-            ::new (element) value_type(k);
-        }
-    }
     static bool equalKeys(const void* a, const void* b) {
         return Equal()(*static_cast<const key_type*>(a), *static_cast<const key_type*>(b));
     }
-    static constexpr std::size_t valueOffset() {
-        if constexpr (Traits::kIsMap) {
-            return kElementOffset + pairSecondOffset<const key_type, mapped_type>();
-        } else {
-            return kElementOffset;
-        }
-    }
-
     static inline const TypeUtil kTypeUtil = {
         kElementOffset + sizeof(value_type),
         kElementOffset,
-        valueOffset(),
-        &construct,
+        kElementOffset + Traits::kValueOffset,
+        &Traits::construct,
         &copyConstructOne<value_type>,
         kTrivialDestroy<value_type> ? nullptr : &destructOne<value_type>,
         &equalKeys,

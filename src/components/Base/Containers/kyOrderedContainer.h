@@ -143,17 +143,19 @@ public:
 
     insert_return insert(const value_type& value) {
         if constexpr (kUnique) {
-            const std::pair<Node*, bool> r = insertNodeUnique(keyPtr(value), valuePtr(value));
+            const std::pair<Node*, bool> r =
+                insertNodeUnique(keyPtr(value), Traits::valuePtr(value));
             return {iterator(r.first), r.second};
         } else {
-            return iterator(insertNodeNonUnique(keyPtr(value), valuePtr(value)));
+            return iterator(insertNodeNonUnique(keyPtr(value), Traits::valuePtr(value)));
         }
     }
     iterator insert(const_iterator hint, const value_type& value) {
         if constexpr (kUnique) {
-            return iterator(insertNodeUnique(hint.node_, keyPtr(value), valuePtr(value)));
+            return iterator(insertNodeUnique(hint.node_, keyPtr(value), Traits::valuePtr(value)));
         } else {
-            return iterator(insertNodeNonUnique(hint.node_, keyPtr(value), valuePtr(value)));
+            return iterator(
+                insertNodeNonUnique(hint.node_, keyPtr(value), Traits::valuePtr(value)));
         }
     }
     template <class It, class = typename std::iterator_traits<It>::iterator_category>
@@ -252,21 +254,13 @@ protected:
     static constexpr std::size_t kElementOffset = alignUp(sizeof(Node), alignof(value_type));
 
     static const void* keyPtr(const value_type& value) { return &Traits::keyOf(value); }
-    static const void* valuePtr(const value_type& value) {
-        if constexpr (Traits::kIsMap) {
-            return &value.second;
-        } else {
-            return nullptr;
-        }
-    }
     mapped_type& valueAt(const key_type& key) {
         return *static_cast<mapped_type*>(getValuePtr(&key));
     }
 
 private:
     static const key_type& keyAt(const Node* node) {
-        return Traits::keyOf(*reinterpret_cast<const value_type*>(
-            reinterpret_cast<const char*>(node) + kElementOffset));
+        return Traits::keyOf(elementAt<Traits>(node, kElementOffset));
     }
     // The engine's tree walks, with the comparator inline.
     Node* lowerKey(const key_type& key) const {
@@ -283,35 +277,14 @@ private:
         return {lowerKey(key), upperKey(key)};
     }
 
-    static void construct(void* element, const void* key, const void* value) {
-        const key_type& k = *static_cast<const key_type*>(key);
-        if constexpr (Traits::kIsMap) {
-            if (value != nullptr) {
-                ::new (element) value_type(k, *static_cast<const mapped_type*>(value));
-            } else {
-                ::new (element) value_type(std::piecewise_construct, std::forward_as_tuple(k),
-                                           std::forward_as_tuple());
-            }
-        } else {
-            ::new (element) value_type(k);
-        }
-    }
     static bool lessKeys(const void* a, const void* b) {
         return Compare()(*static_cast<const key_type*>(a), *static_cast<const key_type*>(b));
     }
-    static constexpr std::size_t valueOffset() {
-        if constexpr (Traits::kIsMap) {
-            return kElementOffset + pairSecondOffset<const key_type, mapped_type>();
-        } else {
-            return kElementOffset;
-        }
-    }
-
     static inline const TypeUtil kTypeUtil = {
         kElementOffset + sizeof(value_type),
         kElementOffset,
-        valueOffset(),
-        &construct,
+        kElementOffset + Traits::kValueOffset,
+        &Traits::construct,
         &copyConstructOne<value_type>,
         kTrivialDestroy<value_type> ? nullptr : &destructOne<value_type>,
         &lessKeys,

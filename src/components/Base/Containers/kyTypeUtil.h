@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <new>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -73,14 +74,28 @@ constexpr std::size_t pairSecondOffset() {
     return alignUp(sizeof(A), alignof(B));
 }
 
-// What an element of a map is: a (const key, value) pair.
+// What an element of a map is: a (const key, value) pair. The node engines build elements
+// from a key and a value pointer (null: a value-initialised value) and find the value at a
+// fixed offset from the element.
 template <class K, class V>
 struct MapTraits {
     using key_type = K;
     using mapped_type = V;
     using value_type = std::pair<const K, V>;
     static constexpr bool kIsMap = true;
+    static constexpr std::size_t kValueOffset = pairSecondOffset<const K, V>();
+
     static const K& keyOf(const value_type& v) { return v.first; }
+    static const void* valuePtr(const value_type& v) { return &v.second; }
+    static void construct(void* element, const void* key, const void* value) {
+        const K& k = *static_cast<const K*>(key);
+        if (value != nullptr) {
+            ::new (element) value_type(k, *static_cast<const V*>(value));
+        } else {
+            ::new (element) value_type(std::piecewise_construct, std::forward_as_tuple(k),
+                                       std::forward_as_tuple());
+        }
+    }
 };
 
 // What an element of a set is: the key itself, never modifiable through an iterator.
@@ -90,8 +105,21 @@ struct SetTraits {
     using mapped_type = K;
     using value_type = K;
     static constexpr bool kIsMap = false;
+    static constexpr std::size_t kValueOffset = 0;
+
     static const K& keyOf(const value_type& v) { return v; }
+    static const void* valuePtr(const value_type&) { return nullptr; }
+    static void construct(void* element, const void* key, const void*) {
+        ::new (element) value_type(*static_cast<const K*>(key));
+    }
 };
+
+// The element of a node that starts `elementOffset` bytes into it.
+template <class Traits, class NodeType>
+const typename Traits::value_type& elementAt(const NodeType* node, std::size_t elementOffset) {
+    return *reinterpret_cast<const typename Traits::value_type*>(
+        reinterpret_cast<const char*>(node) + elementOffset);
+}
 
 } // namespace detail
 } // namespace ky

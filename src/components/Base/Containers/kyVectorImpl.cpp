@@ -35,6 +35,16 @@ void VectorImpl::destroy(void* first, int n) const {
     }
 }
 
+int VectorImpl::indexOfOwn(const void* p) const {
+    const char* base = static_cast<const char*>(data_);
+    const char* q = static_cast<const char*>(p);
+    const std::size_t bytes = static_cast<std::size_t>(size_) * typeUtil_->elementSize;
+    if (data_ == nullptr || q < base || q >= base + bytes) {
+        return -1;
+    }
+    return static_cast<int>(static_cast<std::size_t>(q - base) / typeUtil_->elementSize);
+}
+
 void VectorImpl::initialize(int n, bool defaultConstruct, const TypeUtil* typeUtil) {
     freeStorage();
     typeUtil_ = typeUtil;
@@ -106,14 +116,10 @@ void VectorImpl::setSize(int n, const void* value) {
         return;
     }
     // `value` may live in this vector: keep its index across the reallocation.
-    const char* base = static_cast<const char*>(data_);
-    const char* v = static_cast<const char*>(value);
-    const std::size_t bytes = static_cast<std::size_t>(size_) * typeUtil_->elementSize;
-    const bool inside = data_ != nullptr && v >= base && v < base + bytes;
-    const std::size_t offset = inside ? static_cast<std::size_t>(v - base) : 0;
+    const int own = indexOfOwn(value);
     growTo(n);
-    if (inside) {
-        value = static_cast<const char*>(data_) + offset;
+    if (own >= 0) {
+        value = elementAt(own);
     }
     for (int i = size_; i < n; ++i) {
         constructCopies(elementAt(i), value, 1);
@@ -217,25 +223,14 @@ void VectorImpl::insert(int pos, int n, const void* value) {
     if (n <= 0) {
         return;
     }
-    // Copy the value aside first: it may be an element that the insertion moves.
+    // `value` may be an element that the gap moves: find it again afterwards.
     const std::size_t es = typeUtil_->elementSize;
-    const char* base = static_cast<const char*>(data_);
-    const char* v = static_cast<const char*>(value);
-    const bool inside =
-        data_ != nullptr && v >= base && v < base + static_cast<std::size_t>(size_) * es;
-    if (!inside) {
-        char* at = static_cast<char*>(insertAndReturnPtr(pos, n));
-        for (int i = 0; i < n; ++i) {
-            constructCopies(at + static_cast<std::size_t>(i) * es, value, 1);
-        }
-        return;
-    }
-    std::size_t index = static_cast<std::size_t>(v - base) / es;
+    int own = indexOfOwn(value);
     char* at = static_cast<char*>(insertAndReturnPtr(pos, n));
-    if (index >= static_cast<std::size_t>(pos)) {
-        index += static_cast<std::size_t>(n);
+    if (own >= pos) {
+        own += n;
     }
-    const char* source = static_cast<const char*>(data_) + index * es;
+    const void* source = own >= 0 ? elementAt(own) : value;
     for (int i = 0; i < n; ++i) {
         constructCopies(at + static_cast<std::size_t>(i) * es, source, 1);
     }
@@ -245,31 +240,23 @@ void VectorImpl::insert(int pos, const void* src, int n) {
     if (n <= 0) {
         return;
     }
-    const std::size_t es = typeUtil_->elementSize;
-    const char* base = static_cast<const char*>(data_);
-    const char* s = static_cast<const char*>(src);
-    const bool inside =
-        data_ != nullptr && s >= base && s < base + static_cast<std::size_t>(size_) * es;
-    if (!inside) {
+    const int index = indexOfOwn(src);
+    if (index < 0) {
         constructCopies(insertAndReturnPtr(pos, n), src, n);
         return;
     }
     // Inserting a piece of ourselves: the originals stay alive while the gap opens, so copy
     // them from wherever the gap moved them.
-    const std::size_t bytes = static_cast<std::size_t>(n) * es;
-    const std::size_t index = static_cast<std::size_t>(s - base) / es;
     char* at = static_cast<char*>(insertAndReturnPtr(pos, n));
-    const char* first = static_cast<const char*>(data_) + index * es;
-    if (index >= static_cast<std::size_t>(pos)) {
-        first += bytes;
-        constructCopies(at, first, n);
-    } else if (index + static_cast<std::size_t>(n) <= static_cast<std::size_t>(pos)) {
-        constructCopies(at, first, n);
+    if (index >= pos) {
+        constructCopies(at, elementAt(index + n), n);
+    } else if (index + n <= pos) {
+        constructCopies(at, elementAt(index), n);
     } else {
         // The source range straddles the gap: its head stayed, its tail moved past the gap.
-        const int head = pos - static_cast<int>(index);
-        constructCopies(at, first, head);
-        constructCopies(at + static_cast<std::size_t>(head) * es, at + bytes, n - head);
+        const int head = pos - index;
+        constructCopies(at, elementAt(index), head);
+        constructCopies(elementAt(pos + head), elementAt(pos + n), n - head);
     }
 }
 
@@ -288,10 +275,7 @@ void VectorImpl::insertAndAssignPtr(int pos, void* ptr) {
 }
 
 void VectorImpl::assign(const void* src, int n) {
-    const std::size_t es = typeUtil_->elementSize;
-    const char* base = static_cast<const char*>(data_);
-    const char* s = static_cast<const char*>(src);
-    if (n > 0 && data_ != nullptr && s >= base && s < base + static_cast<std::size_t>(size_) * es) {
+    if (n > 0 && indexOfOwn(src) >= 0) {
         // Assigning a piece of ourselves: build the result aside, then take it.
         VectorImpl result(typeUtil_);
         result.setCapacity(n);

@@ -119,6 +119,8 @@ protected:
     void constructDefault(void* first, int n) const;
     void constructCopies(void* dst, const void* src, int n) const;
     void destroy(void* first, int n) const;
+    // Index of the element that `p` points into, or -1 when `p` is not one of ours.
+    int indexOfOwn(const void* p) const;
     // Ensures capacity for `needed` elements, growing by the growth rule.
     void growTo(int needed);
 
