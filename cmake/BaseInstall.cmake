@@ -24,6 +24,9 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/BaseConfigVersion.cmake"
 install(FILES "${PROJECT_BINARY_DIR}/BaseConfig.cmake" "${PROJECT_BINARY_DIR}/BaseConfigVersion.cmake"
   DESTINATION ${BASE_CMAKE_DIR})
 
-set(BASE_PC_LIBS_PRIVATE "${BASE_SYSTEM_LIBS_PC}")
+# The .pc file finds the prefix from its own place, so the package can be installed (or
+# moved) anywhere.
+file(RELATIVE_PATH BASE_PC_TO_PREFIX "/prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/prefix")
+string(REGEX REPLACE "/$" "" BASE_PC_TO_PREFIX "${BASE_PC_TO_PREFIX}")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/base.pc.in" "${PROJECT_BINARY_DIR}/base.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/base.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
