@@ -1,0 +1,115 @@
+// MinimumTest.cpp - bracketing minima of one-dimensional functions.
+#include <Base/Linear/kyLinearMinimum.h>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+
+using namespace kyLinear;
+
+namespace {
+
+// Wraps a lambda and counts the evaluations.
+class Function : public evalFunction {
+public:
+    explicit Function(std::function<double(double)> f) : f_(std::move(f)) {}
+    double eval(double x) override {
+        ++calls;
+        return f_(x);
+    }
+    int calls = 0;
+
+private:
+    std::function<double(double)> f_;
+};
+
+// The bracket's promises: b strictly between a and c, f(b) <= f(a), f(b) < f(c), and the
+// values are the function's.
+void expectBracket(Function& f, double a, double b, double c, double fa, double fb, double fc) {
+    EXPECT_TRUE((a < b && b < c) || (a > b && b > c)) << a << " " << b << " " << c;
+    EXPECT_LE(fb, fa);
+    EXPECT_LT(fb, fc);
+    EXPECT_EQ(fa, f.eval(a));
+    EXPECT_EQ(fb, f.eval(b));
+    EXPECT_EQ(fc, f.eval(c));
+}
+
+} // namespace
+
+TEST(LinearMinimum, BracketsAParabolaFromEitherSide) {
+    Function f([](double x) { return (x - 3) * (x - 3); });
+    double a = 0, b = 1, c, fa, fb, fc;
+    ASSERT_TRUE(minimumBracket(f, a, b, c, fa, fb, fc));
+    expectBracket(f, a, b, c, fa, fb, fc);
+    EXPECT_TRUE(std::fmin(a, c) < 3 && 3 < std::fmax(a, c));
+
+    a = 10;
+    b = 9; // downhill towards smaller x
+    ASSERT_TRUE(minimumBracket(f, a, b, c, fa, fb, fc));
+    expectBracket(f, a, b, c, fa, fb, fc);
+    EXPECT_TRUE(std::fmin(a, c) < 3 && 3 < std::fmax(a, c));
+
+    a = 1;
+    b = 0; // uphill first: the points are swapped
+    ASSERT_TRUE(minimumBracket(f, a, b, c, fa, fb, fc));
+    expectBracket(f, a, b, c, fa, fb, fc);
+    EXPECT_TRUE(std::fmin(a, c) < 3 && 3 < std::fmax(a, c));
+}
+
+TEST(LinearMinimum, BracketsVariousFunctions) {
+    struct Case {
+        std::function<double(double)> f;
+        double a, b, minimum;
+    };
+    const Case cases[] = {
+        {[](double x) { return std::cos(x); }, 0.5, 1.0, 3.14159265358979},
+        {[](double x) { return std::fabs(x + 100); }, 0, 0.001, -100},
+        {[](double x) { return x * x * x * x - 2 * x; }, -5, -4, std::cbrt(0.5)},
+        {[](double x) { return std::exp(x) - 5 * x; }, 0, 0.1, std::log(5.0)},
+        {[](double x) { return -1 / (1 + (x - 1e4) * (x - 1e4)); }, 9000, 9001, 1e4},
+    };
+    for (const Case& k : cases) {
+        Function f(k.f);
+        double a = k.a, b = k.b, c, fa, fb, fc;
+        ASSERT_TRUE(minimumBracket(f, a, b, c, fa, fb, fc)) << k.minimum;
+        expectBracket(f, a, b, c, fa, fb, fc);
+        EXPECT_TRUE(std::fmin(a, c) <= k.minimum && k.minimum <= std::fmax(a, c))
+            << k.minimum << " not in " << a << " " << c;
+    }
+}
+
+TEST(LinearMinimum, ReportsWhatCannotBeBracketed) {
+    double a = 0, b = 1, c, fa, fb, fc;
+    Function falling([](double x) { return -x; });
+    EXPECT_FALSE(minimumBracket(falling, a, b, c, fa, fb, fc));
+    EXPECT_LE(falling.calls, 200);
+
+    Function constant([](double) { return 4.0; });
+    a = 0;
+    b = 1;
+    EXPECT_FALSE(minimumBracket(constant, a, b, c, fa, fb, fc, 50));
+    EXPECT_LE(constant.calls, 50);
+
+    Function ok([](double x) { return x * x; });
+    a = b = 2;
+    EXPECT_FALSE(minimumBracket(ok, a, b, c, fa, fb, fc)); // the start points must differ
+    EXPECT_EQ(ok.calls, 0);
+    a = std::nan("");
+    b = 1;
+    EXPECT_FALSE(minimumBracket(ok, a, b, c, fa, fb, fc));
+    a = 0;
+    b = HUGE_VAL;
+    EXPECT_FALSE(minimumBracket(ok, a, b, c, fa, fb, fc));
+
+    Function nan([](double x) { return x > 5 ? std::nan("") : -x; });
+    a = 0;
+    b = 1;
+    EXPECT_FALSE(minimumBracket(nan, a, b, c, fa, fb, fc));
+
+    Function exploding([](double x) { return x > 5 ? HUGE_VAL : -x; });
+    a = 0;
+    b = 1;
+    EXPECT_FALSE(minimumBracket(exploding, a, b, c, fa, fb, fc));
+}

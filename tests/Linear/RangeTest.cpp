@@ -1,0 +1,236 @@
+// RangeTest.cpp - ranges: the unbounded rule, include, contains, intersects and clipping.
+#include "LinearTestUtil.h"
+
+#include <Base/Linear/kyLinearRange.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+using namespace kyLinear;
+using kyLinearTest::Random;
+
+static_assert(std::is_trivially_copyable_v<Range3d> && sizeof(Range1d) == 2 * sizeof(double));
+static_assert(Range1d().isUnbounded() && Range1d(0, 1).contains(0.5));
+
+TEST(LinearRange, UnboundedIsMinOneMaxZero) {
+    const Range1d r;
+    EXPECT_EQ(r.min(), 1.0);
+    EXPECT_EQ(r.max(), 0.0);
+    EXPECT_TRUE(r.isUnbounded());
+    EXPECT_FALSE(r.isBounded());
+    Range1d s(-5, 5);
+    s.setUnbounded();
+    EXPECT_EQ(s.min(), 1.0);
+    EXPECT_EQ(s.max(), 0.0);
+    EXPECT_EQ(s, Range1d());
+    // Any range with min > max is unbounded.
+    EXPECT_TRUE(Range1d(3, 2).isUnbounded());
+    EXPECT_FALSE(Range1d(3, 2).isBounded());
+    EXPECT_TRUE(Range1d(2, 2).isBounded()); // a single value is bounded
+    EXPECT_FALSE(Range1d(2, 2).isUnbounded());
+}
+
+TEST(LinearRange, UnboundedContainsEverythingAndIgnoresInclude) {
+    Range1d r;
+    for (double v : {-1e300, -1.0, 0.0, 0.5, 5.0, 1e300, HUGE_VAL}) {
+        EXPECT_TRUE(r.contains(v)) << v;
+        EXPECT_TRUE(r.contains(v, 0.1)) << v;
+    }
+    r.include(5.0);
+    EXPECT_TRUE(r.isUnbounded());
+    EXPECT_FALSE(r.isBounded());
+    EXPECT_EQ(r.min(), 1.0);
+    EXPECT_EQ(r.max(), 0.0);
+    r.include(Range1d(0, 1));
+    EXPECT_EQ(r, Range1d());
+    EXPECT_TRUE(r.contains(Range1d(-7, 7)));
+    EXPECT_TRUE(r.intersects(Range1d(-7, 7)));
+    EXPECT_TRUE(Range1d(-7, 7).intersects(r));
+    EXPECT_FALSE(Range1d(-7, 7).contains(r));
+    EXPECT_EQ(r.size(), std::numeric_limits<double>::infinity());
+}
+
+TEST(LinearRange, ContainsWithTolerance) {
+    const Range1d r(0, 1);
+    EXPECT_TRUE(r.contains(1.05, 0.1));
+    EXPECT_FALSE(r.contains(1.2, 0.1));
+    EXPECT_TRUE(r.contains(-0.1, 0.1));
+    EXPECT_FALSE(r.contains(-0.11, 0.1));
+    EXPECT_TRUE(r.contains(0.0));
+    EXPECT_TRUE(r.contains(1.0));
+    EXPECT_FALSE(r.contains(1.0000001));
+    EXPECT_FALSE(r.contains(std::nan("")));
+    EXPECT_TRUE(r.contains(Range1d(0.2, 0.8)));
+    EXPECT_TRUE(r.contains(Range1d(0, 1)));
+    EXPECT_FALSE(r.contains(Range1d(0.5, 1.2)));
+    EXPECT_TRUE(r.contains(Range1d(-0.05, 1.05), 0.1));
+}
+
+TEST(LinearRange, IncludeWidensABoundedRange) {
+    Range1d r;
+    r.set(2, 3);
+    r.include(5.0);
+    EXPECT_EQ(r, Range1d(2, 5));
+    r.include(-1.0);
+    EXPECT_EQ(r, Range1d(-1, 5));
+    r.include(0.0);
+    EXPECT_EQ(r, Range1d(-1, 5));
+    r.include(Range1d(4, 9));
+    EXPECT_EQ(r, Range1d(-1, 9));
+    r.include(Range1d()); // the whole line
+    EXPECT_TRUE(r.isUnbounded());
+    EXPECT_EQ(r.min(), 1.0);
+    EXPECT_EQ(r.max(), 0.0);
+    EXPECT_EQ(Range1d(2, 6).mid(), 4);
+    EXPECT_EQ(Range1d(2, 6).size(), 4);
+    Range1d u;
+    u.setUnordered(3, -2);
+    EXPECT_EQ(u, Range1d(-2, 3));
+}
+
+namespace {
+
+// A reference model of a bounded range as a sorted list of what was included.
+struct Model {
+    bool set = false;
+    double lo = 0, hi = 0;
+};
+
+} // namespace
+
+TEST(LinearRange, IncludeContainsIntersectsAgreeWithAReferenceModel) {
+    Random rnd(71);
+    for (int trial = 0; trial < 2000; ++trial) {
+        Range1d r;
+        Model m;
+        const int steps = 1 + rnd.index(8);
+        for (int s = 0; s < steps; ++s) {
+            const double v = std::round(rnd.uniform(-20, 20));
+            if (!m.set && rnd.index(3) == 0) {
+                const double w = v + std::round(rnd.uniform(0, 10));
+                r.set(v, w);
+                m = {true, v, w};
+            } else {
+                r.include(v);
+                if (m.set) {
+                    m.lo = std::min(m.lo, v);
+                    m.hi = std::max(m.hi, v);
+                }
+            }
+        }
+        ASSERT_EQ(r.isBounded(), m.set);
+        const double probe = std::round(rnd.uniform(-25, 25));
+        const double tol = rnd.index(2) ? 0.0 : 1.0;
+        const bool expectedContains = !m.set || (m.lo - tol <= probe && probe <= m.hi + tol);
+        EXPECT_EQ(r.contains(probe, tol), expectedContains);
+        if (m.set) {
+            EXPECT_EQ(r.min(), m.lo);
+            EXPECT_EQ(r.max(), m.hi);
+            EXPECT_EQ(r.size(), m.hi - m.lo);
+            // Every value included is contained.
+            EXPECT_TRUE(r.contains(m.lo) && r.contains(m.hi));
+        }
+        const double a = std::round(rnd.uniform(-25, 25)), b = a + std::round(rnd.uniform(0, 8));
+        const Range1d other(a, b);
+        const bool expectedIntersects = !m.set || (a <= m.hi + tol && m.lo - tol <= b);
+        EXPECT_EQ(r.intersects(other, tol), expectedIntersects);
+        EXPECT_EQ(other.intersects(r, tol), expectedIntersects);
+        const bool expectedContainsRange = !m.set || (m.lo - tol <= a && b <= m.hi + tol);
+        EXPECT_EQ(r.contains(other, tol), expectedContainsRange);
+    }
+}
+
+TEST(LinearRange, IntersectsAndClipTo) {
+    EXPECT_TRUE(Range1d(0, 1).intersects(Range1d(1, 2))); // touching
+    EXPECT_FALSE(Range1d(0, 1).intersects(Range1d(1.5, 2)));
+    EXPECT_TRUE(Range1d(0, 1).intersects(Range1d(1.5, 2), 0.5));
+    Range1d r(0, 10);
+    EXPECT_TRUE(r.clipTo(Range1d(5, 20)));
+    EXPECT_EQ(r, Range1d(5, 10));
+    EXPECT_FALSE(r.clipTo(Range1d(11, 12)));
+    EXPECT_EQ(r, Range1d(5, 10)); // unchanged
+    EXPECT_TRUE(r.clipTo(Range1d()));
+    EXPECT_EQ(r, Range1d(5, 10));
+    Range1d u;
+    EXPECT_TRUE(u.clipTo(Range1d(1, 2)));
+    EXPECT_EQ(u, Range1d(1, 2));
+}
+
+TEST(LinearRange, TwoDimensional) {
+    Range2d r;
+    EXPECT_TRUE(r.isUnbounded());
+    EXPECT_FALSE(r.isBounded());
+    r.include(Point2(1, 1));
+    EXPECT_TRUE(r.isUnbounded()); // include never starts a range
+    EXPECT_TRUE(r.contains(Point2(-100, 100)));
+    r.set(Point2(0, 0), Point2(2, 1));
+    EXPECT_TRUE(r.isBounded());
+    EXPECT_EQ(r.area(), 2);
+    r.include(Point2(3, -1));
+    EXPECT_EQ(r, Range2d(Point2(0, -1), Point2(3, 1)));
+    EXPECT_EQ(r.min(), Point2(0, -1));
+    EXPECT_EQ(r.max(), Point2(3, 1));
+    EXPECT_EQ(r.mid(), Point2(1.5, 0));
+    EXPECT_EQ(r.size(), Vector2(3, 2));
+    EXPECT_EQ(r.area(), 6);
+    EXPECT_TRUE(r.contains(Point2(3.05, 1.05), 0.1));
+    EXPECT_FALSE(r.contains(Point2(3.2, 0), 0.1));
+    EXPECT_TRUE(r.contains(Range2d(Point2(1, 0), Point2(2, 1))));
+    EXPECT_TRUE(r.intersects(Range2d(Point2(2, 0), Point2(5, 5))));
+    EXPECT_FALSE(r.intersects(Range2d(Point2(4, 0), Point2(5, 5))));
+
+    Range2d s;
+    s.setUnordered(Point2(2, 5), Point2(-1, 3));
+    EXPECT_EQ(s, Range2d(Point2(-1, 3), Point2(2, 5)));
+    Range2d clip(Point2(0, 0), Point2(10, 10));
+    EXPECT_TRUE(clip.clipTo(Range2d(Point2(5, -5), Point2(20, 5))));
+    EXPECT_EQ(clip, Range2d(Point2(5, 0), Point2(10, 5)));
+    EXPECT_FALSE(clip.clipTo(Range2d(Point2(0, 6), Point2(20, 9)))); // disjoint in y only
+    EXPECT_EQ(clip, Range2d(Point2(5, 0), Point2(10, 5)));
+
+    // One unbounded axis: unbounded overall, that axis takes in everything.
+    Range2d half(Range1d(0, 1), Range1d());
+    EXPECT_TRUE(half.isUnbounded());
+    EXPECT_TRUE(half.contains(Point2(0.5, 1e9)));
+    EXPECT_FALSE(half.contains(Point2(2, 0)));
+    EXPECT_EQ(half.area(), std::numeric_limits<double>::infinity());
+    half.include(r);
+    EXPECT_EQ(half.x, Range1d(0, 3));
+    EXPECT_TRUE(half.y.isUnbounded());
+    half.setUnbounded();
+    EXPECT_EQ(half, Range2d());
+}
+
+TEST(LinearRange, ThreeDimensional) {
+    Range3d r;
+    EXPECT_TRUE(r.isUnbounded());
+    r.set(Point(0, 0, 0), Point(1, 2, 3));
+    EXPECT_TRUE(r.isBounded());
+    EXPECT_EQ(r.volume(), 6);
+    r.include(Point(-1, 0, 4));
+    EXPECT_EQ(r, Range3d(Point(-1, 0, 0), Point(1, 2, 4)));
+    EXPECT_EQ(r.size(), Vector(2, 2, 4));
+    EXPECT_EQ(r.mid(), Point(0, 1, 2));
+    EXPECT_EQ(r.min(), Point(-1, 0, 0));
+    EXPECT_EQ(r.max(), Point(1, 2, 4));
+    EXPECT_TRUE(r.contains(Point(1.05, 2, 4), 0.1));
+    EXPECT_FALSE(r.contains(Point(1.2, 2, 4), 0.1));
+    r.include(Range3d(Point(0, 0, 0), Point(5, 1, 1)));
+    EXPECT_EQ(r.max(), Point(5, 2, 4));
+    EXPECT_TRUE(r.contains(Range3d(Point(0, 0, 0), Point(1, 1, 1))));
+    EXPECT_TRUE(r.intersects(Range3d(Point(4, 1, 3), Point(9, 9, 9))));
+    EXPECT_FALSE(r.intersects(Range3d(Point(4, 1, 5), Point(9, 9, 9))));
+    Range3d c = r;
+    EXPECT_TRUE(c.clipTo(Range3d(Point(4, 1, 3), Point(9, 9, 9))));
+    EXPECT_EQ(c, Range3d(Point(4, 1, 3), Point(5, 2, 4)));
+    Range3d u;
+    u.setUnordered(Point(1, 1, 1), Point(0, 2, 0));
+    EXPECT_EQ(u, Range3d(Point(0, 1, 0), Point(1, 2, 1)));
+    u.setUnbounded();
+    EXPECT_EQ(u.volume(), std::numeric_limits<double>::infinity());
+    EXPECT_TRUE(u.contains(Point(1e9, -1e9, 0)));
+}
