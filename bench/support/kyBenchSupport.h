@@ -36,19 +36,31 @@ inline bool goal(const std::string& name, const std::string& baseline, double mi
 }
 
 // Keeps the median of every repeated benchmark while the console shows the usual report.
+// Benchmarks timed with UseManualTime() or UseRealTime() carry a suffix that is not part of
+// their case name.
 class MedianCollector : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override {
         for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-                medians[run.run_name.str()] = run.GetAdjustedRealTime();
-            } else if (run.run_type == Run::RT_Iteration && run.repetitions <= 1) {
-                medians[run.run_name.str()] = run.GetAdjustedRealTime();
+            const bool single = run.run_type == Run::RT_Iteration && run.repetitions <= 1;
+            if (single || (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")) {
+                medians[caseName(run.run_name.str())] = run.GetAdjustedRealTime();
             }
         }
         ConsoleReporter::ReportRuns(runs);
     }
     std::map<std::string, double> medians;
+
+private:
+    static std::string caseName(std::string name) {
+        for (const char* suffix : {"/manual_time", "/real_time"}) {
+            const std::size_t n = std::strlen(suffix);
+            if (name.size() > n && name.compare(name.size() - n, n, suffix) == 0) {
+                name.erase(name.size() - n);
+            }
+        }
+        return name;
+    }
 };
 
 /// Prints the ratio table; returns the number of goals missed.
