@@ -74,5 +74,7 @@ void containers() {
 int main() {
     std::printf("Base showcase\n");
     containers();
+    showcaseSignals();
+    showcaseLinear();
     return 0;
 }

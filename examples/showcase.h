@@ -5,4 +5,8 @@
 /// Prints a section title.
 void showcaseSection(const char* title);
 
+// One tour per area, in examples/showcase_<area>.cpp.
+void showcaseLinear();
+void showcaseSignals();
+
 #endif // KY_EXAMPLES_SHOWCASE_H

@@ -15,4 +15,24 @@
 #include <Base/Containers/kySet.h>
 #include <Base/Containers/kyVector.h>
 
+// RTB: signals and bound functions
+#include <Base/RTB/kyRTBFunction.h>
+#include <Base/RTB/kyRTBSignal.h>
+
+// Linear algebra
+#include <Base/Linear/kyLinearAffineMatrix.h>
+#include <Base/Linear/kyLinearAffineMatrix2.h>
+#include <Base/Linear/kyLinearHPoint.h>
+#include <Base/Linear/kyLinearLine.h>
+#include <Base/Linear/kyLinearMinimum.h>
+#include <Base/Linear/kyLinearParamLine.h>
+#include <Base/Linear/kyLinearParamPlane.h>
+#include <Base/Linear/kyLinearPlane.h>
+#include <Base/Linear/kyLinearProjMatrix.h>
+#include <Base/Linear/kyLinearQuaternion.h>
+#include <Base/Linear/kyLinearRange.h>
+#include <Base/Linear/kyLinearTolerance.h>
+#include <Base/Linear/kyLinearTuple.h>
+#include <Base/Linear/kyLinearVector.h>
+
 #endif // KY_BASE_H
