@@ -1,0 +1,327 @@
+#include <Base/Containers/kyHashSet.h>
+#include <Base/Containers/kyMap.h>
+#include <Base/Containers/kyVector.h>
+#include <Base/String/kyStringCString.h>
+#include <Base/String/kyStringCharacter.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <string>
+#include <utility>
+
+using kyString::CString;
+using kyString::kNotFound;
+
+TEST(CString, Constructors) {
+    EXPECT_STREQ(CString().asChar(), "");
+    EXPECT_STREQ(CString("text").asChar(), "text");
+    EXPECT_STREQ(CString(static_cast<const char*>(nullptr)).asChar(), "");
+    EXPECT_STREQ(CString("abcdef", 3).asChar(), "abc");
+    EXPECT_EQ(CString("a\0b", 3).length(), 3u);
+    EXPECT_EQ(CString(static_cast<const char*>(nullptr), 5).length(), 0u);
+    EXPECT_STREQ(CString('x').asChar(), "x");
+    EXPECT_STREQ(CString(3u, 'z').asChar(), "zzz");
+    EXPECT_STREQ(CString(0u, 'z').asChar(), "");
+    CString original("copied");
+    CString copy(original);
+    EXPECT_STREQ(copy.asChar(), "copied");
+    EXPECT_NE(copy.asChar(), original.asChar());
+    CString moved(std::move(original));
+    EXPECT_STREQ(moved.asChar(), "copied");
+    EXPECT_STREQ(original.asChar(), ""); // left empty, still usable
+    original.append("again");
+    EXPECT_STREQ(original.asChar(), "again");
+}
+
+TEST(CString, AccessorsAndCopies) {
+    CString s("hello");
+    EXPECT_EQ(s.asChar(), s.asMultibyte());
+    EXPECT_EQ(s.asCharStoreSize(), 6u);
+    EXPECT_EQ(s.asMultibyteStoreSize(), 6u);
+    std::unique_ptr<char[]> copy(s.copyAsChar());
+    EXPECT_STREQ(copy.get(), "hello");
+    EXPECT_NE(copy.get(), s.asChar());
+    std::unique_ptr<char[]> copy2(s.copyAsMultibyte());
+    EXPECT_STREQ(copy2.get(), "hello");
+    EXPECT_EQ(CString().asCharStoreSize(), 1u);
+    EXPECT_TRUE(s.valid());
+}
+
+TEST(CString, ElementAccess) {
+    CString s("abc");
+    EXPECT_EQ(s.at(1), 'b');
+    EXPECT_EQ(s[2], 'c');
+    s[0] = 'A';
+    s.at(1) = 'B';
+    EXPECT_STREQ(s.asChar(), "ABc");
+    const CString& cs = s;
+    EXPECT_EQ(cs.at(3), '\0'); // out of range: NUL
+    EXPECT_EQ(cs.at(100), '\0');
+    s.at(100) = 'q'; // lands in a scratch character, not past the text
+    EXPECT_STREQ(s.asChar(), "ABc");
+    EXPECT_EQ(cs[3], '\0'); // the terminator, as the standard string
+}
+
+TEST(CString, AppendPrependInsert) {
+    CString s("mid");
+    s.append(CString("-end")).append("!").append('?').append("xyz", 1);
+    EXPECT_STREQ(s.asChar(), "mid-end!?x");
+    s.prepend(CString("<")).prepend("[").prepend('{');
+    EXPECT_STREQ(s.asChar(), "{[<mid-end!?x");
+    CString t("ace");
+    t.insert(1, 'b').insert(3, "d").insert(5, CString("f"));
+    EXPECT_STREQ(t.asChar(), "abcdef");
+    t.insert(6, "g"); // at the end
+    EXPECT_STREQ(t.asChar(), "abcdefg");
+    t.insert(100, "nothing"); // past the end: unchanged
+    EXPECT_STREQ(t.asChar(), "abcdefg");
+    t.append(static_cast<const char*>(nullptr)).prepend(static_cast<const char*>(nullptr));
+    EXPECT_STREQ(t.asChar(), "abcdefg");
+    CString self("ab");
+    self.append(self);
+    EXPECT_STREQ(self.asChar(), "abab");
+    self += "c";
+    self += 'd';
+    self += CString("e");
+    EXPECT_STREQ(self.asChar(), "ababcde");
+}
+
+TEST(CString, ReplaceEraseAssign) {
+    CString s("hello world");
+    s.replace(0, 5, "HELLO");
+    EXPECT_STREQ(s.asChar(), "HELLO world");
+    s.replace(6, 0xFFFFFFFFu, CString("there"));
+    EXPECT_STREQ(s.asChar(), "HELLO there");
+    s.replace(5, 1, '_');
+    EXPECT_STREQ(s.asChar(), "HELLO_there");
+    s.replace(8, 100, "XY"); // count past the end is cut
+    EXPECT_STREQ(s.asChar(), "HELLO_thXY");
+    s.replace(50, 1, "no"); // position past the end: unchanged
+    EXPECT_STREQ(s.asChar(), "HELLO_thXY");
+    s.erase(5, 3);
+    EXPECT_STREQ(s.asChar(), "HELLOXY");
+    s.remove(5);
+    EXPECT_STREQ(s.asChar(), "HELLO");
+    s.erase(99, 1);
+    EXPECT_STREQ(s.asChar(), "HELLO");
+    s.erase();
+    EXPECT_TRUE(s.isEmpty());
+    s.assign("abc");
+    EXPECT_STREQ(s.asChar(), "abc");
+    s.assign(CString("def"));
+    EXPECT_STREQ(s.asChar(), "def");
+    s.assign('g');
+    EXPECT_STREQ(s.asChar(), "g");
+    s.assign("hij", 2);
+    EXPECT_STREQ(s.asChar(), "hi");
+    s = "klm";
+    EXPECT_STREQ(s.asChar(), "klm");
+    s = 'n';
+    EXPECT_STREQ(s.asChar(), "n");
+    CString other("op");
+    s = other;
+    EXPECT_STREQ(s.asChar(), "op");
+    s = s;
+    EXPECT_STREQ(s.asChar(), "op");
+    s = CString("moved");
+    EXPECT_STREQ(s.asChar(), "moved");
+    s.clear();
+    EXPECT_EQ(s.length(), 0u);
+}
+
+TEST(CString, SubstrCaseSwapStrip) {
+    CString s("Hello, World");
+    EXPECT_STREQ(s.substr(7).asChar(), "World");
+    EXPECT_STREQ(s.substr(0, 5).asChar(), "Hello");
+    EXPECT_STREQ(s.substr(7, 100).asChar(), "World");
+    EXPECT_STREQ(s.substr(12).asChar(), "");
+    EXPECT_STREQ(s.substr(13).asChar(), "");
+    CString upper(s);
+    EXPECT_STREQ(upper.toUpperCase().asChar(), "HELLO, WORLD");
+    EXPECT_STREQ(upper.toLowerCase().asChar(), "hello, world");
+    CString a("a");
+    CString b("b");
+    a.swap(b);
+    EXPECT_STREQ(a.asChar(), "b");
+    swap(a, b);
+    EXPECT_STREQ(a.asChar(), "a");
+    CString padded("xx--value--xx");
+    EXPECT_STREQ(padded.strip('x').asChar(), "--value--xx");
+    EXPECT_STREQ(padded.rstrip('x').asChar(), "--value--");
+    CString spaces(" \t\n value \r\n");
+    EXPECT_STREQ(spaces.stripSpaces().asChar(), "value \r\n");
+    EXPECT_STREQ(spaces.rstripSpaces().asChar(), "value");
+    CString all("   ");
+    EXPECT_STREQ(all.stripSpaces().asChar(), "");
+    EXPECT_STREQ(CString("zzz").rstrip('z').asChar(), "");
+}
+
+TEST(CString, Searching) {
+    CString s("abcabc");
+    EXPECT_EQ(s.find("bc"), 1u);
+    EXPECT_EQ(s.find("bc", 2), 4u);
+    EXPECT_EQ(s.find(CString("ca")), 2u);
+    EXPECT_EQ(s.find('c'), 2u);
+    EXPECT_EQ(s.find('c', 3), 5u);
+    EXPECT_EQ(s.find('z'), kNotFound);
+    EXPECT_EQ(s.find("bc", 100), kNotFound);
+    EXPECT_EQ(s.find(""), 0u);
+    EXPECT_EQ(s.rfind("bc"), 4u);
+    EXPECT_EQ(s.rfind("bc", 3), 1u);
+    EXPECT_EQ(s.rfind('a'), 3u);
+    EXPECT_EQ(s.rfind('a', 2), 0u);
+    EXPECT_EQ(s.rfind(CString("zz")), kNotFound);
+    CString mixed("ab12cd3");
+    EXPECT_EQ(mixed.find(kyString::isDigit), 2u);
+    EXPECT_EQ(mixed.find(kyString::isDigit, 4), 6u);
+    EXPECT_EQ(mixed.rfind(kyString::isDigit), 6u);
+    EXPECT_EQ(mixed.rfind(kyString::isDigit, 5), 3u);
+    EXPECT_EQ(mixed.rfind(kyString::isUpper), kNotFound);
+    EXPECT_EQ(CString().rfind(kyString::isDigit), kNotFound);
+    EXPECT_EQ(mixed.find(kyString::isDigit, 100), kNotFound);
+}
+
+TEST(CString, Comparison) {
+    EXPECT_LT(CString("abc").compare(CString("abd")), 0);
+    EXPECT_GT(CString("abd").compare(CString("abc")), 0);
+    EXPECT_EQ(CString("abc").compare(CString("abc")), 0);
+    EXPECT_LT(CString("ab").compare(CString("abc")), 0); // the shorter first
+    EXPECT_GT(CString("abc").compare("ab"), 0);
+    // Bytes compare unsigned: 0xE9 sorts after 'z'.
+    EXPECT_GT(CString("\xE9").compare(CString("z")), 0);
+    EXPECT_EQ(CString("HeLLo").compareNoCase(CString("hello")), 0);
+    EXPECT_LT(CString("APPLE").compareNoCase(CString("banana")), 0);
+    EXPECT_LT(CString("abc").collate(CString("abd")), 0);
+    EXPECT_EQ(CString("ABC").collateNoCase(CString("abc")), 0);
+    EXPECT_TRUE(CString("plain").isAscii());
+    EXPECT_FALSE(CString("caf\xC3\xA9").isAscii());
+
+    const CString a("a");
+    const CString b("b");
+    EXPECT_TRUE(kyString::less(a, b));
+    EXPECT_TRUE(kyString::lessEqual(a, a));
+    EXPECT_TRUE(kyString::greater(b, a));
+    EXPECT_TRUE(kyString::greaterEqual(b, b));
+    EXPECT_TRUE(kyString::equal(a, "a"));
+    EXPECT_TRUE(kyString::notEqual(a, b));
+    EXPECT_TRUE(a == "a");
+    EXPECT_TRUE(a != "b");
+    EXPECT_TRUE(a < b && b > a && a <= a && b >= a);
+    EXPECT_STREQ(kyString::plus(a, b).asChar(), "ab");
+    EXPECT_STREQ((a + b + a).asChar(), "aba");
+    CString c("x");
+    kyString::plusEqual(c, b);
+    EXPECT_STREQ(c.asChar(), "xb");
+}
+
+TEST(CString, FormatReturnsTheNewLength) {
+    CString s;
+    EXPECT_EQ(s.format("%s=%d", "x", 42), 4u);
+    EXPECT_STREQ(s.asChar(), "x=42");
+    const CString fmt("%03d|%S|%C");
+    EXPECT_EQ(s.format(&fmt, 7, L"wide", L'c'), 10u);
+    EXPECT_STREQ(s.asChar(), "007|wide|c");
+    EXPECT_EQ(s.format(8u, "%s", "longer than eight"), 17u);
+    EXPECT_STREQ(s.asChar(), "longer than eight");
+    EXPECT_EQ(s.format(2u, &fmt, 1, L"w", L'x'), 7u);
+    EXPECT_STREQ(s.asChar(), "001|w|x");
+}
+
+TEST(CString, FormatMayReadItsOwnText) {
+    CString s("abc");
+    EXPECT_EQ(s.format("%s%s", s.asChar(), s.asChar()), 6u);
+    EXPECT_STREQ(s.asChar(), "abcabc");
+    const std::string big(600, 'b'); // past the first buffer
+    s = big.c_str();
+    EXPECT_EQ(s.format("<%s>", s.asChar()), 602u);
+    EXPECT_EQ(std::string(s.asChar()), "<" + big + ">");
+}
+
+TEST(CString, FormatFailsOnEmptyOutputAndKeepsTheText) {
+    CString s("old");
+    EXPECT_EQ(s.format("%s", ""), 0xFFFFFFFFu);
+    EXPECT_STREQ(s.asChar(), "old");
+    EXPECT_EQ(s.format(""), 0xFFFFFFFFu);
+    EXPECT_EQ(s.format(static_cast<const char*>(nullptr)), 0xFFFFFFFFu);
+    EXPECT_EQ(s.format(static_cast<const CString*>(nullptr)), 0xFFFFFFFFu);
+    EXPECT_STREQ(s.asChar(), "old");
+}
+
+TEST(CString, FormatGrowsPastTheFirstBuffer) {
+    const std::string big(5000, 'q');
+    CString s;
+    EXPECT_EQ(s.format("<%s>", big.c_str()), 5002u);
+    EXPECT_EQ(std::string(s.asChar()), "<" + big + ">");
+    // Exactly n - 1 characters do not fit the first buffer (the TN_vsnprintf margin), and the
+    // retry gets them right.
+    EXPECT_EQ(s.format(4u, "%s", "abc"), 3u);
+    EXPECT_STREQ(s.asChar(), "abc");
+    EXPECT_EQ(s.format(0u, "%s", "from zero"), 9u);
+    EXPECT_STREQ(s.asChar(), "from zero");
+    // Output with an embedded NUL keeps its length.
+    EXPECT_EQ(s.format("a%cb", 0), 3u);
+    EXPECT_EQ(s.length(), 3u);
+}
+
+TEST(CString, VformatFromAVaList) {
+    struct Helper {
+        static unsigned int run(CString& s, const char* fmt, ...) {
+            va_list args;
+            va_start(args, fmt);
+            const unsigned int n = s.vformat(fmt, args);
+            va_end(args);
+            return n;
+        }
+    };
+    CString s;
+    EXPECT_EQ(Helper::run(s, "%d-%d", 1, 2), 3u);
+    EXPECT_STREQ(s.asChar(), "1-2");
+}
+
+TEST(CString, LivesInKyContainers) {
+    // A CString is relocatable by copying its bytes: the vector moves it with realloc.
+    ky::vector<CString> v;
+    for (int i = 0; i < 100; ++i) {
+        v.push_back(CString(std::to_string(i).c_str()));
+    }
+    EXPECT_STREQ(v[0].asChar(), "0");
+    EXPECT_STREQ(v[99].asChar(), "99");
+    v.erase(v.begin() + 10);
+    EXPECT_STREQ(v[10].asChar(), "11");
+    v.insert(v.begin(), CString("first"));
+    EXPECT_STREQ(v[0].asChar(), "first");
+
+    ky::hash_set<CString> set;
+    set.insert(CString("alpha"));
+    set.insert(CString("beta"));
+    set.insert(CString("alpha"));
+    EXPECT_EQ(set.size(), 2u);
+    EXPECT_EQ(set.count(CString("beta")), 1u);
+    EXPECT_EQ(set.count(CString("gamma")), 0u);
+
+    ky::map<CString, int> m;
+    m[CString("b")] = 2;
+    m[CString("a")] = 1;
+    EXPECT_STREQ(m.begin()->first.asChar(), "a");
+}
+
+TEST(CString, HashCoversCharactersAndLength) {
+    EXPECT_EQ(kyString::hashfunction(CString("same")), kyString::hashfunction(CString("same")));
+    EXPECT_NE(kyString::hashfunction(CString("same")), kyString::hashfunction(CString("Same")));
+    EXPECT_NE(kyString::hashfunction(CString("a", 1)), kyString::hashfunction(CString("a\0", 2)));
+    EXPECT_EQ(ky::hash<CString>()(CString("x")), kyString::hashfunction(CString("x")));
+}
+
+TEST(CString, CreateAndDelete) {
+    CString* s = CString_create("made");
+    ASSERT_NE(s, nullptr);
+    EXPECT_STREQ(s->asChar(), "made");
+    CString_delete(s);
+    CString* empty = CString_create(nullptr);
+    ASSERT_NE(empty, nullptr);
+    EXPECT_TRUE(empty->isEmpty());
+    CString_delete(empty);
+    CString_delete(nullptr); // ignored
+}

@@ -1,0 +1,381 @@
+#include "StringTestSupport.h"
+
+#include <Base/String/kyStringConvert.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <cwchar>
+#include <string>
+#include <vector>
+
+using kyString::MBStoWCS;
+using kyString::UTF8toWCS;
+using kyString::WCStoMBS;
+using kyString::WCStoUTF8;
+
+namespace {
+
+constexpr unsigned int kNul = 0xFFFFFFFFu;
+constexpr bool kWide16 = sizeof(wchar_t) == 2;
+constexpr wchar_t kFFFD = static_cast<wchar_t>(0xFFFD);
+
+// Reference encoder for the differential checks: a scalar value as UTF-8 bytes.
+void appendUtf8(std::string& out, char32_t c) {
+    if (c < 0x80) {
+        out += static_cast<char>(c);
+    } else if (c < 0x800) {
+        out += static_cast<char>(0xC0 | (c >> 6));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        out += static_cast<char>(0xE0 | (c >> 12));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (c >> 18));
+        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    }
+}
+
+// Reference: a scalar value as wide units of this platform.
+void appendWide(std::wstring& out, char32_t c) {
+    if (kWide16 && c > 0xFFFF) {
+        c -= 0x10000;
+        out += static_cast<wchar_t>(0xD800 + (c >> 10));
+        out += static_cast<wchar_t>(0xDC00 + (c & 0x3FF));
+    } else {
+        out += static_cast<wchar_t>(c);
+    }
+}
+
+std::wstring decode(const std::string& bytes, bool* lossless = nullptr, bool keepBOM = false) {
+    const unsigned int n = UTF8toWCS(bytes.data(), static_cast<unsigned int>(bytes.size()), nullptr,
+                                     0, keepBOM, nullptr);
+    std::wstring out(n + 1, L'\0');
+    const unsigned int written = UTF8toWCS(bytes.data(), static_cast<unsigned int>(bytes.size()),
+                                           &out[0], n + 1, keepBOM, lossless);
+    EXPECT_EQ(written, n);
+    out.resize(written);
+    return out;
+}
+
+std::string encode(const std::wstring& wide, bool* lossless = nullptr) {
+    const unsigned int n =
+        WCStoUTF8(wide.data(), static_cast<unsigned int>(wide.size()), nullptr, 0, nullptr);
+    std::string out(n + 1, '\0');
+    const unsigned int written =
+        WCStoUTF8(wide.data(), static_cast<unsigned int>(wide.size()), &out[0], n + 1, lossless);
+    EXPECT_EQ(written, n);
+    out.resize(written);
+    return out;
+}
+
+bool cLocaleDecodesHighBytes() {
+    return std::mbstowcs(nullptr, "\xE9", 0) != static_cast<size_t>(-1);
+}
+
+} // namespace
+
+TEST(MBStoWCS, MeasureConvertAndFit) {
+    kytest::LocaleScope c({"C"});
+    bool lossless = false;
+    EXPECT_EQ(MBStoWCS("abc", kNul, nullptr, 0, &lossless), 3u);
+    EXPECT_TRUE(lossless);
+    wchar_t out[8];
+    EXPECT_EQ(MBStoWCS("abc", kNul, out, 4, &lossless), 3u);
+    EXPECT_EQ(std::wcscmp(out, L"abc"), 0);
+    EXPECT_EQ(MBStoWCS("abc", kNul, out, 3, &lossless), 0u); // count >= dstSize
+    EXPECT_EQ(MBStoWCS("", kNul, nullptr, 0, &lossless), 0u);
+    EXPECT_TRUE(lossless);
+    lossless = false;
+    EXPECT_EQ(MBStoWCS(nullptr, kNul, out, 8, &lossless), 0u);
+    EXPECT_TRUE(lossless);
+}
+
+TEST(MBStoWCS, ShortLengthIsRefused) {
+    wchar_t out[8] = {L'x'};
+    EXPECT_EQ(MBStoWCS("abc", 2, out, 8, nullptr), 0u);
+    EXPECT_EQ(MBStoWCS("abc", 2, nullptr, 0, nullptr), 0u);
+    EXPECT_EQ(MBStoWCS("abc", 0, nullptr, 0, nullptr), 0u);
+    // A length that covers the text is accepted, and does not shorten it.
+    EXPECT_EQ(MBStoWCS("abc", 3, out, 8, nullptr), 3u);
+    EXPECT_EQ(MBStoWCS("abc", 100, out, 8, nullptr), 3u);
+    EXPECT_EQ(std::wcscmp(out, L"abc"), 0);
+}
+
+TEST(MBStoWCS, BytesTheLocaleCannotDecode) {
+    kytest::LocaleScope c({"C"});
+    bool lossless = true;
+    wchar_t out[8];
+    const unsigned int n = MBStoWCS("a\xE9z", kNul, out, 8, &lossless);
+    EXPECT_EQ(n, 3u);
+    if (cLocaleDecodesHighBytes()) {
+        EXPECT_TRUE(lossless); // the Windows "C" locale maps bytes to U+0000..U+00FF
+        EXPECT_EQ(out[1], static_cast<wchar_t>(0xE9));
+    } else {
+        EXPECT_FALSE(lossless);
+        EXPECT_EQ(std::wcscmp(out, L"a?z"), 0);
+    }
+}
+
+TEST(MBStoWCS, InvalidBytesInAMultibyteLocale) {
+    auto utf8 = kytest::utf8Locale();
+    if (!utf8.ok()) {
+        GTEST_SKIP() << "no UTF-8 locale in this C library";
+    }
+    bool lossless = false;
+    wchar_t out[16];
+    EXPECT_EQ(MBStoWCS("caf\xC3\xA9", kNul, out, 16, &lossless), 4u);
+    EXPECT_TRUE(lossless);
+    EXPECT_EQ(out[3], static_cast<wchar_t>(0xE9));
+    // Each invalid byte counts as one character and becomes '?'.
+    EXPECT_EQ(MBStoWCS("a\xFF\xFE"
+                       "b",
+                       kNul, nullptr, 0, &lossless),
+              4u);
+    EXPECT_FALSE(lossless);
+    EXPECT_EQ(MBStoWCS("a\xFF\xFE"
+                       "b\xC3\xA9",
+                       kNul, out, 16, &lossless),
+              5u);
+    EXPECT_FALSE(lossless);
+    EXPECT_EQ(std::wstring(out), std::wstring(L"a??b") + wchar_t(0xE9));
+    // A sequence cut short by the end of the text is one invalid byte per byte.
+    EXPECT_EQ(MBStoWCS("x\xE4\xB8", kNul, out, 16, &lossless), 3u);
+    EXPECT_EQ(std::wstring(out), L"x??");
+}
+
+TEST(WCStoMBS, MeasureConvertAndFit) {
+    kytest::LocaleScope c({"C"});
+    bool lossless = false;
+    char out[8];
+    EXPECT_EQ(WCStoMBS(L"abc", kNul, nullptr, 0, &lossless), 3u);
+    EXPECT_TRUE(lossless);
+    EXPECT_EQ(WCStoMBS(L"abc", kNul, out, 4, &lossless), 3u);
+    EXPECT_STREQ(out, "abc");
+    EXPECT_EQ(WCStoMBS(L"abc", kNul, out, 3, &lossless), 0u);
+    EXPECT_EQ(WCStoMBS(L"abc", 2, out, 8, &lossless), 0u); // short length refused
+    EXPECT_EQ(WCStoMBS(L"abc", 9, out, 8, &lossless), 3u);
+    EXPECT_EQ(WCStoMBS(nullptr, kNul, out, 8, &lossless), 0u);
+    EXPECT_TRUE(lossless);
+}
+
+TEST(WCStoMBS, CharactersTheCodePageLacksBecomeQuestionMarks) {
+    kytest::LocaleScope c({"C"});
+    const wchar_t text[] = {L'a', 0x4E2D, L'b', 0};
+    bool lossless = true;
+    char out[8];
+    EXPECT_EQ(WCStoMBS(text, kNul, nullptr, 0, &lossless), 3u);
+    EXPECT_EQ(WCStoMBS(text, kNul, out, 8, &lossless), 3u);
+    EXPECT_FALSE(lossless);
+    EXPECT_STREQ(out, "a?b");
+}
+
+TEST(WCStoMBS, TwoByteCharactersAreReplacedOnceConversionFails) {
+    auto utf8 = kytest::utf8Locale();
+    if (!utf8.ok()) {
+        GTEST_SKIP() << "no UTF-8 locale in this C library";
+    }
+    bool lossless = false;
+    char out[16];
+    const wchar_t good[] = {L'a', 0xE9, 0};
+    EXPECT_EQ(WCStoMBS(good, kNul, out, 16, &lossless), 3u);
+    EXPECT_TRUE(lossless);
+    EXPECT_STREQ(out, "a\xC3\xA9");
+    // An unencodable unit makes the whole conversion fall back to one byte per character, and
+    // U+00E9, which needs two bytes, becomes '?' too (kept on purpose).
+    const wchar_t bad[] = {0xE9, static_cast<wchar_t>(0xD800), L'z', 0};
+    EXPECT_EQ(WCStoMBS(bad, kNul, nullptr, 0, &lossless), 3u);
+    EXPECT_FALSE(lossless);
+    EXPECT_EQ(WCStoMBS(bad, kNul, out, 16, &lossless), 3u);
+    EXPECT_FALSE(lossless);
+    EXPECT_STREQ(out, "??z");
+}
+
+TEST(UTF8toWCS, Basics) {
+    bool lossless = true;
+    EXPECT_EQ(UTF8toWCS(nullptr, kNul, nullptr, 0, false, &lossless), 0u);
+    EXPECT_FALSE(lossless);
+    EXPECT_EQ(UTF8toWCS("", kNul, nullptr, 0, false, &lossless), 0u);
+    EXPECT_TRUE(lossless);
+    lossless = false;
+    EXPECT_EQ(UTF8toWCS("abc", 0, nullptr, 0, false, &lossless), 0u);
+    EXPECT_TRUE(lossless);
+    EXPECT_EQ(UTF8toWCS("caf\xC3\xA9", kNul, nullptr, 0, false, &lossless), 4u);
+    wchar_t out[8];
+    EXPECT_EQ(UTF8toWCS("caf\xC3\xA9", kNul, out, 3, false, &lossless), 0u); // measure > size
+    EXPECT_EQ(UTF8toWCS("caf\xC3\xA9", kNul, out, 4, false, &lossless), 4u); // exactly fits
+    EXPECT_EQ(out[3], static_cast<wchar_t>(0xE9));
+    EXPECT_EQ(UTF8toWCS("caf\xC3\xA9", 4, out, 8, false, &lossless), 4u); // cut inside é
+    EXPECT_FALSE(lossless);
+    EXPECT_EQ(out[3], kFFFD);
+    // An explicit length converts embedded NULs.
+    EXPECT_EQ(UTF8toWCS("a\0b", 3, out, 8, false, &lossless), 3u);
+    EXPECT_EQ(out[1], L'\0');
+    EXPECT_EQ(out[2], L'b');
+    // Without a lossless pointer the conversion still runs (leniently).
+    EXPECT_EQ(UTF8toWCS("\xFF", kNul, out, 8, false, nullptr), 1u);
+    EXPECT_EQ(out[0], kFFFD);
+}
+
+TEST(UTF8toWCS, ByteOrderMark) {
+    wchar_t out[8];
+    bool lossless = false;
+    EXPECT_EQ(UTF8toWCS("\xEF\xBB\xBFhi", kNul, out, 8, false, &lossless), 2u);
+    EXPECT_EQ(std::wstring(out), L"hi");
+    EXPECT_EQ(UTF8toWCS("\xEF\xBB\xBFhi", kNul, out, 8, true, &lossless), 3u);
+    EXPECT_EQ(out[0], static_cast<wchar_t>(0xFEFF));
+    EXPECT_EQ(UTF8toWCS("\xEF\xBB\xBFhi", 5, out, 8, false, &lossless), 2u);
+    // Nothing after the mark: 0, and not lossless.
+    lossless = true;
+    EXPECT_EQ(UTF8toWCS("\xEF\xBB\xBF", kNul, out, 8, false, &lossless), 0u);
+    EXPECT_FALSE(lossless);
+    // Fewer than three bytes are never a mark.
+    EXPECT_EQ(UTF8toWCS("\xEF\xBB", 2, out, 8, false, &lossless), 1u);
+    EXPECT_EQ(out[0], kFFFD);
+}
+
+// Each malformed sequence becomes U+FFFD per maximal malformed subsequence.
+TEST(UTF8toWCS, MalformedSequences) {
+    struct Case {
+        std::string bytes;
+        std::vector<char32_t> expected;
+    };
+    const char32_t R = 0xFFFD;
+    const Case cases[] = {
+        {"\x80", {R}},
+        {"a\x80"
+         "b",
+         {'a', R, 'b'}},
+        {"\xC0\x80", {R, R}}, // overlong NUL: C0 is never a lead byte
+        {"\xC1\xBF", {R, R}},
+        {"\xE0\x80\x80", {R, R, R}}, // overlong three-byte form
+        {"\xE0\x9F\xBF", {R, R, R}},
+        {"\xED\xA0\x80", {R, R, R}},        // encoded surrogate U+D800
+        {"\xED\xBF\xBF", {R, R, R}},        // encoded surrogate U+DFFF
+        {"\xF0\x80\x80\x80", {R, R, R, R}}, // overlong four-byte form
+        {"\xF4\x90\x80\x80", {R, R, R, R}}, // beyond U+10FFFF
+        {"\xF5\x80\x80\x80", {R, R, R, R}},
+        {"\xFF", {R}},
+        {"\xE4\xB8", {R}}, // cut short at the end: one replacement
+        {"\xE4\xB8"
+         "A",
+         {R, 'A'}},
+        {"\xF0\x9F\x98", {R}},
+        {"\xF0\x9F\x98"
+         "\xF0\x9F\x98\x80",
+         {R, 0x1F600}},
+        {"\xC3", {R}},
+        {"\xC3\xC3\xA9", {R, 0xE9}},
+        {"\xED\x9F\xBF", {0xD7FF}}, // the last scalar below the surrogates
+        {"\xEE\x80\x80", {0xE000}},
+        {"\xF4\x8F\xBF\xBF", {0x10FFFF}},
+    };
+    for (const Case& c : cases) {
+        bool lossless = true;
+        const std::wstring got = decode(c.bytes, &lossless);
+        std::wstring expected;
+        bool clean = true;
+        for (char32_t x : c.expected) {
+            appendWide(expected, x);
+            clean = clean && x != R;
+        }
+        EXPECT_EQ(got, expected) << "bytes of length " << c.bytes.size();
+        EXPECT_EQ(lossless, clean) << "bytes of length " << c.bytes.size();
+    }
+}
+
+// Differential check: every scalar value, encoded by the reference encoder, decodes to the
+// reference units and encodes back to the same bytes.
+TEST(UTF8, EveryScalarValueRoundTrips) {
+    std::string bytes;
+    std::wstring wide;
+    for (char32_t c = 1; c <= 0x10FFFF; ++c) {
+        if (c >= 0xD800 && c <= 0xDFFF) {
+            continue;
+        }
+        appendUtf8(bytes, c);
+        appendWide(wide, c);
+    }
+    bool lossless = false;
+    const std::wstring decoded = decode(bytes, &lossless);
+    EXPECT_TRUE(lossless);
+    ASSERT_EQ(decoded.size(), wide.size());
+    EXPECT_TRUE(decoded == wide);
+    lossless = false;
+    const std::string encoded = encode(wide, &lossless);
+    EXPECT_TRUE(lossless);
+    EXPECT_TRUE(encoded == bytes);
+}
+
+TEST(WCStoUTF8, Basics) {
+    bool lossless = true;
+    EXPECT_EQ(WCStoUTF8(nullptr, kNul, nullptr, 0, &lossless), 0u);
+    EXPECT_FALSE(lossless);
+    EXPECT_EQ(WCStoUTF8(L"", kNul, nullptr, 0, &lossless), 0u);
+    EXPECT_TRUE(lossless);
+    const wchar_t text[] = {L'c', 0xE9, 0x4E2D, 0};
+    EXPECT_EQ(WCStoUTF8(text, kNul, nullptr, 0, &lossless), 6u);
+    EXPECT_TRUE(lossless);
+    char out[16];
+    EXPECT_EQ(WCStoUTF8(text, kNul, out, 5, &lossless), 0u); // measure > size
+    EXPECT_EQ(WCStoUTF8(text, kNul, out, 6, &lossless), 6u); // exactly fits, no terminator
+    EXPECT_EQ(std::string(out, 6), "c\xC3\xA9\xE4\xB8\xAD");
+    EXPECT_EQ(WCStoUTF8(text, kNul, out, 16, &lossless), 6u);
+    EXPECT_STREQ(out, "c\xC3\xA9\xE4\xB8\xAD");
+    EXPECT_EQ(WCStoUTF8(text, 2, out, 16, &lossless), 3u); // an explicit length
+    EXPECT_STREQ(out, "c\xC3\xA9");
+}
+
+TEST(WCStoUTF8, UnpairedSurrogatesBecomeReplacementCharacters) {
+    bool lossless = true;
+    const std::wstring lone = {L'a', static_cast<wchar_t>(0xD800), L'b'};
+    EXPECT_EQ(encode(lone, &lossless), "a\xEF\xBF\xBD"
+                                       "b");
+    EXPECT_FALSE(lossless);
+    const std::wstring lowFirst = {static_cast<wchar_t>(0xDC00), static_cast<wchar_t>(0xD800)};
+    EXPECT_EQ(encode(lowFirst, &lossless), "\xEF\xBF\xBD\xEF\xBF\xBD");
+    EXPECT_FALSE(lossless);
+    if (kWide16) {
+        const std::wstring pair = {static_cast<wchar_t>(0xD83D), static_cast<wchar_t>(0xDE00)};
+        EXPECT_EQ(encode(pair, &lossless), "\xF0\x9F\x98\x80");
+        EXPECT_TRUE(lossless);
+        const std::wstring cut = {static_cast<wchar_t>(0xD83D)};
+        EXPECT_EQ(encode(cut, &lossless), "\xEF\xBF\xBD");
+        EXPECT_FALSE(lossless);
+    } else {
+        const std::wstring big = {static_cast<wchar_t>(0x110000), static_cast<wchar_t>(-1)};
+        EXPECT_EQ(encode(big, &lossless), "\xEF\xBF\xBD\xEF\xBF\xBD");
+        EXPECT_FALSE(lossless);
+        const std::wstring astral = {static_cast<wchar_t>(0x1F600)};
+        EXPECT_EQ(encode(astral, &lossless), "\xF0\x9F\x98\x80");
+        EXPECT_TRUE(lossless);
+    }
+}
+
+TEST(DetectUTF8BOM, Rules) {
+    EXPECT_EQ(kyString::detectUTF8BOM("\xEF\xBB\xBFx", 4), 3);
+    EXPECT_EQ(kyString::detectUTF8BOM("\xEF\xBB\xBF", 3), 3);
+    EXPECT_EQ(kyString::detectUTF8BOM("\xEF\xBB\xBF", -1), 3);
+    EXPECT_EQ(kyString::detectUTF8BOM("\xEF\xBB\xBF", 2), 0);
+    EXPECT_EQ(kyString::detectUTF8BOM("\xEF\xBB", 2), 0);
+    EXPECT_EQ(kyString::detectUTF8BOM("\xEF\xBB", -1), 0); // stops at the NUL
+    EXPECT_EQ(kyString::detectUTF8BOM("abc", 3), 0);
+    EXPECT_EQ(kyString::detectUTF8BOM("\xEF\xBB\xBF", 0), 0);
+    EXPECT_EQ(kyString::detectUTF8BOM("\xEF\xBB\xBF", -2), 0);
+    EXPECT_EQ(kyString::detectUTF8BOM(nullptr, -1), 0);
+}
+
+TEST(Convert, DefaultsAndPlatformMeasure) {
+    EXPECT_EQ(kyString::getDefaultMBChar(), '?');
+    EXPECT_EQ(kyString::getDefaultWChar(), L'?');
+    EXPECT_EQ(kyString::getMultiByteStringSize(nullptr, "abcd", 0), 4u);
+    wchar_t out[8];
+    EXPECT_EQ(kyString::getMultiByteStringSize(out, "abcd", 8), 4u);
+    EXPECT_EQ(std::wcscmp(out, L"abcd"), 0);
+    EXPECT_EQ(kyString::getMultiByteStringSize(out, "abcd", 2), 2u);
+    EXPECT_EQ(kyString::getMultiByteStringSize(nullptr, nullptr, 0), 0xFFFFFFFFu);
+}

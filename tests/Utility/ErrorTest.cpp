@@ -1,0 +1,209 @@
+#include <Base/String/kyStringIString.h>
+#include <Base/Utility/kyUtilError.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdarg>
+#include <cstring>
+#include <string>
+#include <utility>
+
+using kyUtil::Error;
+
+namespace {
+
+Error makeWithVaList(int code, const char* format, ...) {
+    va_list args;
+    va_start(args, format);
+    Error e(code, format, args);
+    va_end(args);
+    return e;
+}
+
+Error makeWideWithVaList(int code, const wchar_t* format, ...) {
+    va_list args;
+    va_start(args, format);
+    Error e(code, format, args);
+    va_end(args);
+    return e;
+}
+
+// Reaches the protected setMsg.
+class MessageEditor : public Error {
+public:
+    using Error::Error;
+    void set(const char* format, ...) {
+        va_list args;
+        va_start(args, format);
+        setMsg(format, args);
+        va_end(args);
+    }
+    void setWide(const wchar_t* format, ...) {
+        va_list args;
+        va_start(args, format);
+        setMsg(format, args);
+        va_end(args);
+    }
+};
+
+} // namespace
+
+TEST(Error, DefaultIsSuccessWithoutMessage) {
+    Error e;
+    EXPECT_EQ(e.code(), 0);
+    EXPECT_TRUE(e.ok());
+    EXPECT_FALSE(e.failed());
+    EXPECT_FALSE(e.hasMessage());
+    EXPECT_EQ(e.messageString(), nullptr);
+    EXPECT_STREQ(e.message(), "");
+}
+
+TEST(Error, NarrowFormatBuildsTheMessage) {
+    Error e(2, "cannot open '%s' (%d)", "a.txt", 7);
+    EXPECT_EQ(e.code(), 2);
+    EXPECT_TRUE(e.failed());
+    ASSERT_TRUE(e.hasMessage());
+    EXPECT_STREQ(e.message(), "cannot open 'a.txt' (7)");
+    EXPECT_EQ(e.messageString()->str(), std::wstring(L"cannot open 'a.txt' (7)"));
+}
+
+TEST(Error, WideFormatBuildsTheMessage) {
+    Error e(4, L"%S and %s, %c%C", L"wide", "narrow", 'x', L'y');
+    EXPECT_STREQ(e.message(), "wide and narrow, xy");
+}
+
+TEST(Error, NarrowFormatTakesWideArgumentsWithCapitalS) {
+    Error e(4, "%S/%s/%C", L"w", "n", L'c');
+    EXPECT_STREQ(e.message(), "w/n/c");
+}
+
+TEST(Error, VaListConstructors) {
+    Error narrow = makeWithVaList(9, "%s-%d", "x", 3);
+    EXPECT_EQ(narrow.code(), 9);
+    EXPECT_STREQ(narrow.message(), "x-3");
+    Error wide = makeWideWithVaList(8, L"%s-%d", "y", 4);
+    EXPECT_EQ(wide.code(), 8);
+    EXPECT_STREQ(wide.message(), "y-4");
+}
+
+TEST(Error, EmptyOrNullFormatStoresNoMessage) {
+    Error empty(3, "");
+    Error null(3, static_cast<const char*>(nullptr));
+    Error wideEmpty(3, L"");
+    Error wideNull(3, static_cast<const wchar_t*>(nullptr));
+    EXPECT_FALSE(empty.hasMessage());
+    EXPECT_FALSE(null.hasMessage());
+    EXPECT_FALSE(wideEmpty.hasMessage());
+    EXPECT_FALSE(wideNull.hasMessage());
+    EXPECT_EQ(empty, null);
+    EXPECT_EQ(wideEmpty, wideNull);
+    EXPECT_EQ(empty, wideNull);
+    EXPECT_STREQ(empty.message(), "");
+}
+
+TEST(Error, FormatThatYieldsNothingStoresNoMessage) {
+    Error e(3, "%s", "");
+    EXPECT_FALSE(e.hasMessage());
+    EXPECT_EQ(e.code(), 3);
+}
+
+TEST(Error, MessagePresentOnOneSideOnlyMakesThemUnequal) {
+    EXPECT_NE(Error(3, "x"), Error(3, ""));
+    EXPECT_NE(Error(3, ""), Error(3, "x"));
+    EXPECT_EQ(Error(3, "x"), Error(3, L"x"));
+    EXPECT_NE(Error(3, "x"), Error(3, "y"));
+    EXPECT_NE(Error(3, "x"), Error(4, "x"));
+    EXPECT_NE(Error(3, static_cast<const char*>(nullptr)), Error(4, ""));
+}
+
+TEST(Error, IStringMessageIsCopiedAsGiven) {
+    Error empty(5, kyString::IString());
+    EXPECT_TRUE(empty.hasMessage()); // an empty IString is stored as an empty message
+    EXPECT_STREQ(empty.message(), "");
+    EXPECT_NE(empty, Error(5, ""));
+    EXPECT_EQ(empty, Error(5, kyString::IString(L"")));
+
+    kyString::IString text(L"100% sure");
+    Error e(6, text);
+    EXPECT_STREQ(e.message(), "100% sure"); // not used as a format
+    text.append(L"!");
+    EXPECT_STREQ(e.message(), "100% sure"); // a copy
+}
+
+TEST(Error, CopyIsDeep) {
+    Error a(1, "first");
+    Error b(a);
+    EXPECT_EQ(a, b);
+    ASSERT_NE(a.messageString(), b.messageString());
+    Error c;
+    c = a;
+    EXPECT_EQ(c, a);
+    EXPECT_NE(c.messageString(), a.messageString());
+    c = c; // self-assignment keeps the message
+    EXPECT_STREQ(c.message(), "first");
+    Error none(2, "");
+    c = none;
+    EXPECT_FALSE(c.hasMessage());
+    EXPECT_EQ(c.code(), 2);
+}
+
+TEST(Error, SwapExchangesCodeAndMessage) {
+    Error a(1, "one");
+    Error b(2, "");
+    const kyString::IString* message = a.messageString();
+    a.swap(b);
+    EXPECT_EQ(a.code(), 2);
+    EXPECT_FALSE(a.hasMessage());
+    EXPECT_EQ(b.code(), 1);
+    EXPECT_EQ(b.messageString(), message);
+    swap(a, b);
+    EXPECT_EQ(a.code(), 1);
+    EXPECT_STREQ(a.message(), "one");
+}
+
+TEST(Error, MoveTransfersTheMessage) {
+    Error a(1, "moved");
+    const kyString::IString* message = a.messageString();
+    Error b(std::move(a));
+    EXPECT_EQ(b.messageString(), message);
+    EXPECT_STREQ(b.message(), "moved");
+    Error c;
+    c = std::move(b);
+    EXPECT_STREQ(c.message(), "moved");
+    EXPECT_EQ(c.code(), 1);
+}
+
+TEST(Error, SetMsgReplacesOrRemoves) {
+    MessageEditor e(7, "old");
+    e.set("new %d", 1);
+    EXPECT_STREQ(e.message(), "new 1");
+    e.setWide(L"wide %s", "x");
+    EXPECT_STREQ(e.message(), "wide x");
+    e.set("");
+    EXPECT_FALSE(e.hasMessage());
+    e.set("again");
+    e.set(nullptr);
+    EXPECT_FALSE(e.hasMessage());
+    EXPECT_EQ(e.code(), 7);
+}
+
+TEST(Error, MessageIsInTheProcessCodePage) {
+    // U+00E9 cannot be shown in the "C" locale's ASCII code page on Linux; it becomes "?".
+    // On Windows the "C" locale keeps bytes up to 255, so it stays.
+    Error e(1, L"caf%C", static_cast<wchar_t>(0xE9));
+    ASSERT_TRUE(e.hasMessage());
+    EXPECT_EQ(e.messageString()->length(), 4u);
+    const std::string shown = e.message();
+    EXPECT_EQ(shown.size(), 4u);
+    EXPECT_EQ(shown.substr(0, 3), "caf");
+    EXPECT_TRUE(shown[3] == '?' || static_cast<unsigned char>(shown[3]) == 0xE9);
+}
+
+TEST(Error, UndecodableNarrowArgumentStillGivesAMessage) {
+    // A byte that the locale cannot decode as an argument of a narrow "%s" must not make the
+    // message vanish: it shows as "?" (or as itself where the code page holds it).
+    Error e(2, "cannot open '%s'", "a\xff.txt");
+    ASSERT_TRUE(e.hasMessage());
+    EXPECT_EQ(e.messageString()->length(), std::wcslen(L"cannot open 'a?.txt'"));
+    EXPECT_EQ(std::string(e.message()).substr(0, 13), "cannot open '");
+}
