@@ -1,0 +1,105 @@
+// UndoTestCommands.h - commands and signal counters shared by the undo tests.
+#ifndef KY_TESTS_UNDO_TESTCOMMANDS_H
+#define KY_TESTS_UNDO_TESTCOMMANDS_H
+
+#include <Base/Undo/kyUndoCommand.h>
+#include <Base/Undo/kyUndoGroup.h>
+#include <Base/Undo/kyUndoManager.h>
+
+#include <string>
+#include <vector>
+
+namespace undotest {
+
+/// What a test command does and what happened to it; outlives the command.
+struct Record {
+    bool failDo = false;
+    bool failUndo = false;
+    int bytes = 1024;
+    int doCalls = 0;
+    int undoCalls = 0;
+    bool deleted = false;
+    std::string label;
+    std::vector<std::string>* log = nullptr;
+};
+
+/// A command that counts its calls in a `Record` and fails on demand.
+class TestCommand : public kyUndo::Command {
+public:
+    TestCommand(Record* record, const char* name = nullptr, kyUndo::Group* group = nullptr)
+        : Command(name, group), record_(record) {}
+    ~TestCommand() override { record_->deleted = true; }
+
+    bool performDo() override {
+        ++record_->doCalls;
+        if (record_->log != nullptr) {
+            record_->log->push_back("do " + record_->label);
+        }
+        return !record_->failDo;
+    }
+    bool performUndo() override {
+        ++record_->undoCalls;
+        if (record_->log != nullptr) {
+            record_->log->push_back("undo " + record_->label);
+        }
+        return !record_->failUndo;
+    }
+    int getNumBytesUsed() const override { return record_->bytes; }
+
+private:
+    Record* record_;
+};
+
+/// A command that sets an int and restores it.
+class SetValue : public kyUndo::Command {
+public:
+    SetValue(int* target, int value, kyUndo::Group* group)
+        : Command("set value", group), target_(target), old_(*target), new_(value) {}
+    bool performDo() override {
+        *target_ = new_;
+        return true;
+    }
+    bool performUndo() override {
+        *target_ = old_;
+        return true;
+    }
+
+private:
+    int* target_;
+    int old_;
+    int new_;
+};
+
+/// Counts the emissions of a manager's three signals.
+struct SignalCounts {
+    int queueChanged = 0;
+    int queueChangedFalse = 0; // never expected
+    int activeTrue = 0;
+    int activeFalse = 0;
+    int groupRemoved = 0;
+    std::vector<int> removedIds;
+    bool activeSeenInHandler = true;
+    kyUndo::Manager* manager = nullptr;
+
+    void onQueue(bool value) { ++(value ? queueChanged : queueChangedFalse); }
+    void onActive(bool value) {
+        ++(value ? activeTrue : activeFalse);
+        if (manager != nullptr && !manager->isActive()) {
+            activeSeenInHandler = false;
+        }
+    }
+    void onRemoved(kyUndo::Group* group) {
+        ++groupRemoved;
+        removedIds.push_back(group->getID());
+    }
+    void attach(kyUndo::Manager* m) {
+        manager = m;
+        m->queueChanged.connect(this, &SignalCounts::onQueue);
+        m->activeChanged.connect(this, &SignalCounts::onActive);
+        m->groupRemoved.connect(this, &SignalCounts::onRemoved);
+    }
+};
+
+} // namespace undotest
+
+#endif // KY_TESTS_UNDO_TESTCOMMANDS_H
