@@ -3,6 +3,7 @@
 #define KY_TESTS_SUPPORT_H
 
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <random>
 #include <string>
@@ -66,6 +67,39 @@ public:
 
 private:
     std::mt19937 engine_;
+};
+
+/// Sets (or, with a null value, removes) an environment variable for the life of the object
+/// and restores the old state afterwards.
+class ScopedEnv {
+public:
+    ScopedEnv(const char* name, const char* value) : name_(name) {
+        const char* old = std::getenv(name);
+        hadOld_ = old != nullptr;
+        if (hadOld_) {
+            old_ = old;
+        }
+        set(value);
+    }
+    ~ScopedEnv() { set(hadOld_ ? old_.c_str() : nullptr); }
+    ScopedEnv(const ScopedEnv&) = delete;
+    ScopedEnv& operator=(const ScopedEnv&) = delete;
+
+private:
+    void set(const char* value) {
+#ifdef _WIN32
+        _putenv_s(name_.c_str(), value != nullptr ? value : "");
+#else
+        if (value != nullptr) {
+            setenv(name_.c_str(), value, 1);
+        } else {
+            unsetenv(name_.c_str());
+        }
+#endif
+    }
+    std::string name_;
+    std::string old_;
+    bool hadOld_ = false;
 };
 
 /// A fresh temporary directory per test, removed with everything in it afterwards.

@@ -1,0 +1,186 @@
+// DebugTraceTest.cpp - stop watches on a hand-driven clock, and trace output line by line.
+#include <Base/OS/kyOSAppMain.h>
+#include <Base/OS/kyOSAppOutput.h>
+#include <Base/OS/kyOSDebugTrace.h>
+#include <Base/OS/kyOSStopWatch.h>
+
+#include "FakeSystem.h"
+
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using kytest::FakeMachine;
+
+// Collects what the traces write, split into lines.
+struct Capture {
+    std::string text;
+    int errorWrites = 0;
+    static void sink(void* context, int channel, const char* written) {
+        Capture* self = static_cast<Capture*>(context);
+        self->text += written;
+        self->errorWrites += channel == kyOS::AppOutput::kErrors ? 1 : 0;
+    }
+    std::vector<std::string> lines() const {
+        std::vector<std::string> out;
+        std::string::size_type start = 0;
+        while (start < text.size()) {
+            const std::string::size_type end = text.find('\n', start);
+            out.push_back(text.substr(start, end - start));
+            start = end == std::string::npos ? text.size() : end + 1;
+        }
+        return out;
+    }
+};
+
+class TraceTest : public kytest::FakeSystemTest {
+protected:
+    void SetUp() override {
+        FakeSystemTest::SetUp();
+        fakeEverything(1000); // the counter counts milliseconds
+        kyOS::AppMain::resetElapsed();
+        kyOS::AppOutput::setIndentation(0);
+        kyOS::AppOutput::setSink(&Capture::sink, &capture);
+    }
+    void TearDown() override {
+        kyOS::AppOutput::setSink(nullptr);
+        kyOS::AppOutput::setIndentation(0);
+        FakeSystemTest::TearDown();
+    }
+    static void advance(std::int64_t milliseconds) { FakeMachine::counter += milliseconds; }
+    Capture capture;
+};
+
+TEST_F(TraceTest, StopWatchAddsUpPairs) {
+    kyOS::StopWatch watch;
+    EXPECT_FALSE(watch.running());
+    EXPECT_EQ(watch.start(), 0.0);
+    advance(1000);
+    EXPECT_DOUBLE_EQ(watch.check(), 1.0);
+    EXPECT_DOUBLE_EQ(watch.stop(), 1.0);
+    advance(5000); // stopped: does not count
+    EXPECT_DOUBLE_EQ(watch.stop(), 1.0);
+    EXPECT_DOUBLE_EQ(watch.start(), 1.0);
+    advance(2500);
+    EXPECT_TRUE(watch.running());
+    EXPECT_DOUBLE_EQ(watch.stop(), 3.5);
+    EXPECT_DOUBLE_EQ(watch.clear(), 3.5);
+    EXPECT_EQ(watch.check(), 0.0);
+}
+
+TEST_F(TraceTest, CounterConversionKeepsPrecisionOnLongIntervals) {
+    // 10^7 counts per second, ~317 years: the fraction must survive next to the whole part.
+    fakeEverything(10000000);
+    kyOS::StopWatch watch;
+    watch.start();
+    advance(100000000000000001LL);
+    EXPECT_DOUBLE_EQ(watch.stop(), 10000000000.0 + 0.0000001);
+    EXPECT_DOUBLE_EQ(kyOS::detail::countsToSeconds(15, 10), 1.5);
+    EXPECT_DOUBLE_EQ(kyOS::detail::countsToSeconds(0, 10), 0.0);
+}
+
+TEST_F(TraceTest, TwoPairsReportIntervalAndTotal) {
+    kyOS::DebugTrace trace("load", 1);
+    trace.start("a");
+    advance(1000);
+    EXPECT_DOUBLE_EQ(trace.stop(), 1.0);
+    trace.start();
+    advance(2000);
+    EXPECT_DOUBLE_EQ(trace.stop(), 2.0);
+    const std::vector<std::string> expected = {
+        "   0.0000 Start trace: load a",
+        "   1.0000 End trace: load elapsed 1.0000 total 1.0000 calls 1",
+        "   1.0000 Start trace: load ",
+        "   3.0000 End trace: load elapsed 2.0000 total 3.0000 calls 2",
+    };
+    EXPECT_EQ(capture.lines(), expected);
+    EXPECT_EQ(trace.calls(), 2);
+    EXPECT_DOUBLE_EQ(trace.total(), 3.0);
+    EXPECT_EQ(capture.errorWrites, 0);
+}
+
+TEST_F(TraceTest, NestedStartsTicksAndPrints) {
+    kyOS::DebugTrace outer("outer", 1);
+    kyOS::DebugTrace other("other", 2);
+    outer.start("scene");
+    advance(250);
+    outer.start("mesh");
+    advance(500);
+    EXPECT_DOUBLE_EQ(outer.tick("read"), 0.5);
+    EXPECT_DOUBLE_EQ(other.tick(), 0.0); // no start open on this trace
+    other.print("note");
+    advance(250);
+    EXPECT_DOUBLE_EQ(outer.stop(), 0.75);
+    advance(1000);
+    EXPECT_DOUBLE_EQ(outer.stop(), 2.0);
+    EXPECT_EQ(outer.stop(), 0.0); // no start left: nothing printed
+    const std::vector<std::string> expected = {
+        "   0.0000 Start trace: outer scene",
+        "     0.2500 Start trace: outer mesh",
+        "       0.7500 tick trace: outer read now 0.5000",
+        "       0.7500 tick trace: other now 0.0000",
+        "       0.7500 trace: other.  note",
+        "     1.0000 End trace: outer elapsed 0.7500 total 0.7500 calls 2",
+        "   2.0000 End trace: outer elapsed 2.0000 total 2.7500 calls 2",
+    };
+    EXPECT_EQ(capture.lines(), expected);
+    EXPECT_EQ(kyOS::AppOutput::indentation(), 0);
+}
+
+TEST_F(TraceTest, StopWithoutStartPrintsNothing) {
+    kyOS::DebugTrace trace("idle", 1);
+    EXPECT_EQ(trace.stop(), 0.0);
+    trace.print(nullptr);
+    EXPECT_TRUE(capture.text.empty());
+}
+
+TEST_F(TraceTest, CategoriesEnableTraces) {
+    kyOS::DebugTrace plain("plain", 1);
+    kyOS::DebugTrace io("io", 1, "fileio");
+    kyOS::DebugTrace net("net", 1, "network", "sockets");
+    kyOS::DebugTrace netOther("net2", 1, "network", "dns");
+    EXPECT_TRUE(plain.enabled());
+    EXPECT_FALSE(io.enabled());
+    EXPECT_FALSE(net.enabled());
+    EXPECT_EQ(io.category().asChar(), std::string("fileio"));
+
+    io.start("x");
+    advance(10);
+    EXPECT_EQ(io.tick("y"), 0.0);
+    EXPECT_EQ(io.stop(), 0.0);
+    io.print("z");
+    EXPECT_TRUE(capture.text.empty()) << capture.text;
+    EXPECT_EQ(io.calls(), 0);
+
+    kyOS::DebugTraceManager& manager = kyOS::DebugTraceManager::getInstance();
+    manager.enableCategory("network/sockets");
+    EXPECT_TRUE(net.enabled());
+    EXPECT_FALSE(netOther.enabled());
+    manager.enableCategory("fileio");
+    EXPECT_TRUE(io.enabled());
+    kyOS::DebugTrace lateIo("late", 1, "fileio");
+    EXPECT_TRUE(lateIo.enabled()); // enabling holds for traces registered later
+    const int before = manager.numTraces();
+    {
+        kyOS::DebugTrace temporary("temporary", 1);
+        EXPECT_EQ(manager.numTraces(), before + 1);
+    }
+    EXPECT_EQ(manager.numTraces(), before);
+}
+
+TEST_F(TraceTest, OutputIndentsEveryLineAndRoutesChannels) {
+    kyOS::AppOutput::setIndentation(2);
+    kyOS::AppOutput::write(kyOS::AppOutput::kErrors, "a\nb");
+    kyOS::AppOutput::write(kyOS::AppOutput::kErrors, "c\n");
+    kyOS::AppOutput::unindent();
+    kyOS::AppOutput::printf(kyOS::AppOutput::kInformation, "%s=%d\n", "x", 4);
+    kyOS::AppOutput::setIndentation(-5);
+    EXPECT_EQ(kyOS::AppOutput::indentation(), 0);
+    EXPECT_EQ(capture.text, "    a\n    bc\n  x=4\n");
+    EXPECT_EQ(capture.errorWrites, 2);
+}
+
+} // namespace

@@ -1,0 +1,133 @@
+// UuidTest.cpp - identifiers: text form, byte order, set rules, generation.
+#include <Base/OS/kyOSUuid.h>
+
+#include "FakeSystem.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using kytest::FakeMachine;
+
+TEST(UuidTest, TextRoundTrip) {
+    const kyOS::Uuid id(kyString::CString("0000000a-0000000b-0000000c-0000000d"));
+    ASSERT_TRUE(id.valid());
+    unsigned int words[4];
+    id.get(words);
+    EXPECT_EQ(words[0], 10u);
+    EXPECT_EQ(words[1], 11u);
+    EXPECT_EQ(words[2], 12u);
+    EXPECT_EQ(words[3], 13u);
+    EXPECT_STREQ(id.asString().asChar(), "0000000a-0000000b-0000000c-0000000d");
+    const unsigned int big[4] = {0xDEADBEEFu, 0x01234567u, 0x89ABCDEFu, 0xFFFFFFFFu};
+    EXPECT_STREQ(kyOS::Uuid(big).asString().asChar(), "deadbeef-01234567-89abcdef-ffffffff");
+}
+
+TEST(UuidTest, ParserAcceptsExactlyTheTextForm) {
+    struct Case {
+        const char* text;
+        bool valid;
+    };
+    const Case cases[] = {
+        {"0000000a-0000000b-0000000c-0000000d", true},
+        {"0000000A-0000000B-0000000C-0000000D", true},  // upper case accepted
+        {"DeadBeef-01234567-89abcdef-FFFFFFFF", true},
+        {"0000000a-0000000b-0000000c-0000000d0", false}, // 36 characters
+        {"0000000a-0000000b-0000000c-0000000", false},   // 34 characters
+        {"", false},
+        {"0000000a_0000000b-0000000c-0000000d", false}, // separator at 8
+        {"0000000a-0000000b_0000000c-0000000d", false}, // separator at 17
+        {"0000000a-0000000b-0000000c_0000000d", false}, // separator at 26
+        {"0000000g-0000000b-0000000c-0000000d", false}, // not hexadecimal
+        {"0000000a-000000xb-0000000c-0000000d", false},
+        {"0000000a-0000000b-0000000c-000000 d", false},
+        {"+000000a-0000000b-0000000c-0000000d", false}, // a sign is not a digit
+        {"0x00000a-0000000b-0000000c-0000000d", false}, // nor is a prefix
+        {" 000000a-0000000b-0000000c-0000000d", false},
+        {"0000000a-0000000b-0000000c--000000d", false},
+        {"00000000-00000000-00000000-00000000", false}, // parses, but all zero is invalid
+    };
+    for (const Case& c : cases) {
+        EXPECT_EQ(kyOS::Uuid(kyString::CString(c.text)).valid(), c.valid) << c.text;
+    }
+}
+
+TEST(UuidTest, BytesAreBigEndianWords) {
+    unsigned char bytes[16];
+    for (int i = 0; i < 16; ++i) {
+        bytes[i] = static_cast<unsigned char>(i + 1);
+    }
+    const kyOS::Uuid id(bytes);
+    EXPECT_EQ(id.get()[0], 0x01020304u);
+    EXPECT_EQ(id.get()[3], 0x0D0E0F10u);
+    unsigned char back[16];
+    id.get(back);
+    EXPECT_EQ(std::memcmp(bytes, back, 16), 0);
+}
+
+TEST(UuidTest, OnlyAnInvalidIdentifierCanBeSet) {
+    const unsigned int first[4] = {1, 2, 3, 4};
+    const unsigned int second[4] = {5, 6, 7, 8};
+    kyOS::Uuid id;
+    EXPECT_FALSE(id.valid());
+    EXPECT_TRUE(id.set(first));
+    EXPECT_FALSE(id.set(second));
+    EXPECT_EQ(id, kyOS::Uuid(first));
+    kyOS::Uuid generated;
+    ASSERT_TRUE(generated.generate());
+    const kyOS::Uuid before = generated;
+    EXPECT_FALSE(generated.set(first));
+    EXPECT_EQ(generated, before);
+}
+
+TEST(UuidTest, ComparesMemoryBytes) {
+    const unsigned int one[4] = {1, 0, 0, 0};
+    const unsigned int twoFiftySix[4] = {256, 0, 0, 0};
+    const unsigned int probe = 1;
+    unsigned char first;
+    std::memcpy(&first, &probe, 1);
+    if (first != 1) {
+        GTEST_SKIP() << "the expectation below is for little-endian machines";
+    }
+    // In memory 01 00 .. against 00 01 ..: the numerically smaller word sorts after.
+    EXPECT_GT(kyOS::Uuid(one).compare(kyOS::Uuid(twoFiftySix)), 0);
+    EXPECT_TRUE(kyOS::Uuid(twoFiftySix) < kyOS::Uuid(one));
+    EXPECT_LT(kyOS::Uuid(one).asString().compare(kyOS::Uuid(twoFiftySix).asString()), 0);
+    EXPECT_EQ(kyOS::Uuid(one).compare(kyOS::Uuid(one)), 0);
+}
+
+TEST(UuidTest, GeneratedIdentifiersAreVersionFourAndDistinct) {
+    constexpr int kCount = 1000000;
+    std::vector<std::array<unsigned int, 4>> all(kCount);
+    for (auto& words : all) {
+        kyOS::Uuid id;
+        ASSERT_TRUE(id.generate());
+        id.get(words.data());
+        const kyString::CString text = id.asString();
+        ASSERT_EQ(text.asChar()[9], '4') << text.asChar(); // version 4
+        ASSERT_EQ(words[2] & 0xC0u, 0x80u);               // variant 10
+    }
+    std::sort(all.begin(), all.end());
+    EXPECT_EQ(std::adjacent_find(all.begin(), all.end()), all.end()) << "duplicate identifier";
+}
+
+class UuidFakeTest : public kytest::FakeSystemTest {};
+
+TEST_F(UuidFakeTest, FailedGenerationLeavesItInvalid) {
+    fakeEverything();
+    FakeMachine::uuidWorks = false;
+    const unsigned int words[4] = {9, 9, 9, 9};
+    kyOS::Uuid id(words);
+    EXPECT_FALSE(id.generate());
+    EXPECT_FALSE(id.valid());
+    FakeMachine::uuidWorks = true;
+    EXPECT_TRUE(id.generate());
+    EXPECT_STREQ(id.asString().asChar(), "00001111-00002222-00003333-00004444");
+}
+
+} // namespace
