@@ -73,8 +73,11 @@ void containers() {
 
 int main() {
     std::printf("Base showcase\n");
+    showcaseStrings();
     containers();
+    showcaseOS();
     showcaseSignals();
+    showcaseUndo();
     showcaseLinear();
     return 0;
 }

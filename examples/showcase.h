@@ -6,7 +6,10 @@
 void showcaseSection(const char* title);
 
 // One tour per area, in examples/showcase_<area>.cpp.
-void showcaseLinear();
+void showcaseStrings();
+void showcaseOS();
 void showcaseSignals();
+void showcaseUndo();
+void showcaseLinear();
 
 #endif // KY_EXAMPLES_SHOWCASE_H

@@ -4,6 +4,23 @@
 
 #include <Base/BaseExport.h>
 
+// Utility: errors, initialisation, build identification
+#include <Base/Utility/kyImplBase.h>
+#include <Base/Utility/kyUtilBuildInfo.h>
+#include <Base/Utility/kyUtilError.h>
+#include <Base/Utility/kyUtilInitializer.h>
+#include <Base/Utility/kyUtilSplit.h>
+
+// Strings
+#include <Base/String/kyStringCString.h>
+#include <Base/String/kyStringCharacter.h>
+#include <Base/String/kyStringConvert.h>
+#include <Base/String/kyStringFormat.h>
+#include <Base/String/kyStringIString.h>
+#include <Base/String/kyStringIntern.h>
+#include <Base/String/kyStringNumber.h>
+#include <Base/String/kyStringString.h>
+
 // Containers
 #include <Base/Containers/kyBlockAllocator.h>
 #include <Base/Containers/kyFunctional.h>
@@ -12,12 +29,28 @@
 #include <Base/Containers/kyHashSet.h>
 #include <Base/Containers/kyList.h>
 #include <Base/Containers/kyMap.h>
+#include <Base/Containers/kyReferenceCount.h>
 #include <Base/Containers/kySet.h>
 #include <Base/Containers/kyVector.h>
+
+// OS: system information, identifiers, timing, traces, the application frame
+#include <Base/OS/kyOSAppMain.h>
+#include <Base/OS/kyOSAppOutput.h>
+#include <Base/OS/kyOSDebugTrace.h>
+#include <Base/OS/kyOSStopWatch.h>
+#include <Base/OS/kyOSSysInfo.h>
+#include <Base/OS/kyOSUuid.h>
 
 // RTB: signals and bound functions
 #include <Base/RTB/kyRTBFunction.h>
 #include <Base/RTB/kyRTBSignal.h>
+
+// Undo
+#include <Base/Undo/kyUndoCommand.h>
+#include <Base/Undo/kyUndoGroup.h>
+#include <Base/Undo/kyUndoManager.h>
+#include <Base/Undo/kyUndoReport.h>
+#include <Base/Undo/kyUndoState.h>
 
 // Linear algebra
 #include <Base/Linear/kyLinearAffineMatrix.h>
