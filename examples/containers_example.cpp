@@ -1,4 +1,6 @@
 // containers_example.cpp - the examples of the container headers, compiled and checked.
+#include "example_check.h"
+
 #include <Base/Containers/kyHashMap.h>
 #include <Base/Containers/kyHashSet.h>
 #include <Base/Containers/kyList.h>
@@ -8,14 +10,6 @@
 
 #include <algorithm>
 #include <cstdio>
-
-#define CHECK(condition)                                                                           \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                   \
-            return 1;                                                                              \
-        }                                                                                          \
-    } while (0)
 
 int main() {
     {

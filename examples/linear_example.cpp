@@ -1,4 +1,6 @@
 // linear_example.cpp - the examples of the kyLinear headers, compiled and checked.
+#include "example_check.h"
+
 #include <Base/Linear/kyLinearAffineMatrix.h>
 #include <Base/Linear/kyLinearMinimum.h>
 #include <Base/Linear/kyLinearProjMatrix.h>
@@ -8,14 +10,6 @@
 
 #include <cmath>
 #include <cstdio>
-
-#define CHECK(condition)                                                                           \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                   \
-            return 1;                                                                              \
-        }                                                                                          \
-    } while (0)
 
 namespace {
 

@@ -1,5 +1,7 @@
 // os_example.cpp - the examples of the system-information, identifier, timing and trace
 // headers, compiled and checked.
+#include "example_check.h"
+
 #include <Base/OS/kyOSAppMain.h>
 #include <Base/OS/kyOSAppOutput.h>
 #include <Base/OS/kyOSDebugTrace.h>
@@ -10,14 +12,6 @@
 #include <cstdio>
 #include <string>
 
-#define CHECK(condition)                                                                           \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                   \
-            return 1;                                                                              \
-        }                                                                                          \
-    } while (0)
-
 namespace {
 
 void doWork() {
@@ -27,7 +21,9 @@ void doWork() {
     }
 }
 
-void collect(void* context, int, const char* text) { *static_cast<std::string*>(context) += text; }
+void collect(void* context, int, const char* text) {
+    *static_cast<std::string*>(context) += text;
+}
 
 } // namespace
 

@@ -22,10 +22,9 @@ void showcaseOS() {
     id.generate();
     std::printf("new identifier %s; parsed back %s\n", id.asString().asChar(),
                 kyOS::Uuid(id.asString()) == id ? "equal" : "different");
-    std::printf("\"0000000A-0000000B-0000000C-0000000D\" -> %s\n",
-                kyOS::Uuid(kyString::CString("0000000A-0000000B-0000000C-0000000D"))
-                    .asString()
-                    .asChar());
+    std::printf(
+        "\"0000000A-0000000B-0000000C-0000000D\" -> %s\n",
+        kyOS::Uuid(kyString::CString("0000000A-0000000B-0000000C-0000000D")).asString().asChar());
 
     kyOS::DebugTrace trace("showcase", 1);
     trace.start("outer");

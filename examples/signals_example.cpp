@@ -1,15 +1,9 @@
 // signals_example.cpp - the example of the kyRTB signal header, compiled and checked.
+#include "example_check.h"
+
 #include <Base/RTB/kyRTBSignal.h>
 
 #include <cstdio>
-
-#define CHECK(condition)                                                                           \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                   \
-            return 1;                                                                              \
-        }                                                                                          \
-    } while (0)
 
 struct Counter {
     int total = 0;

@@ -1,5 +1,7 @@
 // strings_example.cpp - the examples of the string, error and initialisation headers, compiled
 // and checked.
+#include "example_check.h"
+
 #include <Base/Containers/kyReferenceCount.h>
 #include <Base/Containers/kyVector.h>
 #include <Base/String/kyStringCString.h>
@@ -12,14 +14,6 @@
 #include <cstdio>
 #include <cstring>
 #include <cwchar>
-
-#define CHECK(condition)                                                                           \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                   \
-            return 1;                                                                              \
-        }                                                                                          \
-    } while (0)
 
 namespace {
 

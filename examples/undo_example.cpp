@@ -1,17 +1,11 @@
 // undo_example.cpp - the examples of the kyUndo headers, compiled and checked.
+#include "example_check.h"
+
 #include <Base/Undo/kyUndoCommand.h>
 #include <Base/Undo/kyUndoGroup.h>
 #include <Base/Undo/kyUndoManager.h>
 
 #include <cstdio>
-
-#define CHECK(condition)                                                                           \
-    do {                                                                                           \
-        if (!(condition)) {                                                                        \
-            std::fprintf(stderr, "%s:%d: %s\n", __FILE__, __LINE__, #condition);                   \
-            return 1;                                                                              \
-        }                                                                                          \
-    } while (0)
 
 class SetValue : public kyUndo::Command {
 public:

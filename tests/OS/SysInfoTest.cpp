@@ -27,9 +27,9 @@ TEST_F(SysInfoTest, ProcessorCountIsOnlyLoweredByTheEnvironment) {
         const char* value; // null: unset
         int expected;
     };
-    const Case cases[] = {{nullptr, 8}, {"2", 2}, {"64", 8}, {"8", 8},  {"1", 1},
-                          {"0", 8},     {"abc", 8}, {"-3", 8}, {" 3", 3}, {"5x", 5},
-                          {"", 8},      {"99999999999999999999", 8}};
+    const Case cases[] = {{nullptr, 8}, {"2", 2},  {"64", 8},  {"8", 8},
+                          {"1", 1},     {"0", 8},  {"abc", 8}, {"-3", 8},
+                          {" 3", 3},    {"5x", 5}, {"", 8},    {"99999999999999999999", 8}};
     for (const Case& c : cases) {
         ScopedEnv cpus("KY_NUM_CPUS", c.value);
         kyOS::SysInfo info;

@@ -35,7 +35,7 @@ TEST(UuidTest, ParserAcceptsExactlyTheTextForm) {
     };
     const Case cases[] = {
         {"0000000a-0000000b-0000000c-0000000d", true},
-        {"0000000A-0000000B-0000000C-0000000D", true},  // upper case accepted
+        {"0000000A-0000000B-0000000C-0000000D", true}, // upper case accepted
         {"DeadBeef-01234567-89abcdef-FFFFFFFF", true},
         {"0000000a-0000000b-0000000c-0000000d0", false}, // 36 characters
         {"0000000a-0000000b-0000000c-0000000", false},   // 34 characters
@@ -110,7 +110,7 @@ TEST(UuidTest, GeneratedIdentifiersAreVersionFourAndDistinct) {
         id.get(words.data());
         const kyString::CString text = id.asString();
         ASSERT_EQ(text.asChar()[9], '4') << text.asChar(); // version 4
-        ASSERT_EQ(words[2] & 0xC0u, 0x80u);               // variant 10
+        ASSERT_EQ(words[2] & 0xC0u, 0x80u);                // variant 10
     }
     std::sort(all.begin(), all.end());
     EXPECT_EQ(std::adjacent_find(all.begin(), all.end()), all.end()) << "duplicate identifier";

@@ -27,11 +27,17 @@ Frame& frame() {
 
 } // namespace
 
-const kyString::CString& AppMain::getApplicationName() { return frame().name; }
+const kyString::CString& AppMain::getApplicationName() {
+    return frame().name;
+}
 
-void AppMain::setApplicationName(const kyString::CString& name) { frame().name = name; }
+void AppMain::setApplicationName(const kyString::CString& name) {
+    frame().name = name;
+}
 
-double AppMain::getElapsed() { return frame().clock.check(); }
+double AppMain::getElapsed() {
+    return frame().clock.check();
+}
 
 void AppMain::resetElapsed() {
     frame().clock.clear();
@@ -60,7 +66,9 @@ void AppMain::setArguments(int argc, const char* const* argv) {
     }
 }
 
-const ky::vector<kyString::CString>& AppMain::getArguments() { return frame().arguments; }
+const ky::vector<kyString::CString>& AppMain::getArguments() {
+    return frame().arguments;
+}
 
 const ky::vector<kyString::IString>& AppMain::getPluginDirectories() {
     return frame().pluginDirectories;

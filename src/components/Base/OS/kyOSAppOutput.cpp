@@ -24,7 +24,9 @@ OutputState& state() {
     return *s;
 }
 
-int streamOf(int channel) { return channel == AppOutput::kErrors ? 1 : 2; }
+int streamOf(int channel) {
+    return channel == AppOutput::kErrors ? 1 : 2;
+}
 
 } // namespace
 

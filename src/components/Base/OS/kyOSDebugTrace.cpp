@@ -16,19 +16,20 @@ DebugTrace::DebugTrace(const kyString::CString& name, int level) : name_(name), 
     init();
 }
 
-DebugTrace::DebugTrace(const kyString::CString& name, int level,
-                       const kyString::CString& category)
+DebugTrace::DebugTrace(const kyString::CString& name, int level, const kyString::CString& category)
     : name_(name), level_(level), category_(category) {
     init();
 }
 
-DebugTrace::DebugTrace(const kyString::CString& name, int level,
-                       const kyString::CString& category, const kyString::CString& subcategory)
+DebugTrace::DebugTrace(const kyString::CString& name, int level, const kyString::CString& category,
+                       const kyString::CString& subcategory)
     : name_(name), level_(level), category_(category), subcategory_(subcategory) {
     init();
 }
 
-DebugTrace::~DebugTrace() { DebugTraceManager::getInstance().unregisterTrace(this); }
+DebugTrace::~DebugTrace() {
+    DebugTraceManager::getInstance().unregisterTrace(this);
+}
 
 void DebugTrace::init() {
     DebugTraceManager& manager = DebugTraceManager::getInstance();
@@ -61,7 +62,8 @@ double DebugTrace::stop() {
     total_ += seconds;
     watches_.pop_back();
     AppOutput::unindent();
-    AppOutput::printf(AppOutput::kInformation, "%9.4f End trace: %s elapsed %.4f total %.4f calls %d\n",
+    AppOutput::printf(AppOutput::kInformation,
+                      "%9.4f End trace: %s elapsed %.4f total %.4f calls %d\n",
                       AppMain::getElapsed(), name_.asChar(), seconds, total_, calls_);
     return seconds;
 }
@@ -100,7 +102,9 @@ struct DebugTraceManager::Impl {
 
 DebugTraceManager::DebugTraceManager() : impl_(new Impl) {}
 
-DebugTraceManager::~DebugTraceManager() { delete impl_; }
+DebugTraceManager::~DebugTraceManager() {
+    delete impl_;
+}
 
 DebugTraceManager& DebugTraceManager::getInstance() {
     // Never destroyed: static traces unregister during shutdown in no particular order.

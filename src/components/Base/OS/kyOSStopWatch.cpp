@@ -5,7 +5,9 @@
 
 namespace kyOS {
 
-void StopWatch::now(CurTime& time) { time = detail::systemCalls().performanceCounter(); }
+void StopWatch::now(CurTime& time) {
+    time = detail::systemCalls().performanceCounter();
+}
 
 double StopWatch::getDelta(const CurTime& from, const CurTime& to) {
     return detail::countsToSeconds(to - from, detail::systemCalls().counterFrequency);

@@ -111,16 +111,19 @@ std::uint64_t SysInfo::availVirtualMemory() {
     return detail::systemCalls().memoryStatus(&status) ? toKiB(status.availVirtual) : 0;
 }
 
-std::uint64_t SysInfo::getPageSize() { return detail::systemCalls().pageSize(); }
+std::uint64_t SysInfo::getPageSize() {
+    return detail::systemCalls().pageSize();
+}
 
-int SysInfo::getProcessID() const { return detail::systemCalls().processId(); }
+int SysInfo::getProcessID() const {
+    return detail::systemCalls().processId();
+}
 
 const char* SysInfo::hostname() {
     if (hostname_ == nullptr) {
         char buffer[kHostNameBytes] = {};
-        hostname_ = copyText(detail::systemCalls().computerName(buffer, sizeof buffer)
-                                 ? buffer
-                                 : "unknown");
+        hostname_ = copyText(detail::systemCalls().computerName(buffer, sizeof buffer) ? buffer
+                                                                                       : "unknown");
     }
     return hostname_;
 }

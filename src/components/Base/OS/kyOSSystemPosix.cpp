@@ -67,7 +67,9 @@ bool posixMemoryStatus(MemoryStatus* status) {
     return true;
 }
 
-int posixProcessId() { return static_cast<int>(getpid()); }
+int posixProcessId() {
+    return static_cast<int>(getpid());
+}
 
 bool posixComputerName(char* buffer, std::size_t size) {
     if (size == 0 || gethostname(buffer, size) != 0) {
@@ -136,9 +138,8 @@ std::int64_t posixPerformanceCounter() {
 
 const SystemCalls& nativeSystemCalls() {
     static const SystemCalls calls = {
-        &posixProcessorCount, &posixMemoryStatus,      &posixPageSize,
-        &posixProcessId,      &posixComputerName,      &posixGenerateUuid,
-        &posixPerformanceCounter, 1000000000,
+        &posixProcessorCount, &posixMemoryStatus, &posixPageSize,           &posixProcessId,
+        &posixComputerName,   &posixGenerateUuid, &posixPerformanceCounter, 1000000000,
     };
     return calls;
 }

@@ -2,8 +2,11 @@
 #include <Base/OS/internal/kyOSSystem.h>
 
 #include <cstring>
-#include <rpc.h>
+
+// windows.h first: rpc.h builds on its types.
 #include <windows.h>
+
+#include <rpc.h>
 
 namespace kyOS {
 namespace detail {
@@ -34,7 +37,9 @@ bool winMemoryStatus(MemoryStatus* status) {
     return true;
 }
 
-int winProcessId() { return static_cast<int>(GetCurrentProcessId()); }
+int winProcessId() {
+    return static_cast<int>(GetCurrentProcessId());
+}
 
 bool winComputerName(char* buffer, std::size_t size) {
     DWORD length = static_cast<DWORD>(size);
@@ -68,9 +73,8 @@ std::int64_t winPerformanceFrequency() {
 
 const SystemCalls& nativeSystemCalls() {
     static const SystemCalls calls = {
-        &winProcessorCount, &winMemoryStatus,  &winPageSize,
-        &winProcessId,      &winComputerName,  &winGenerateUuid,
-        &winPerformanceCounter, winPerformanceFrequency(),
+        &winProcessorCount, &winMemoryStatus, &winPageSize,           &winProcessId,
+        &winComputerName,   &winGenerateUuid, &winPerformanceCounter, winPerformanceFrequency(),
     };
     return calls;
 }

@@ -38,7 +38,9 @@ bool parseGroup(const char* text, unsigned int* word) {
 
 } // namespace
 
-Uuid::Uuid(const unsigned int words[4]) { std::memcpy(words_, words, sizeof words_); }
+Uuid::Uuid(const unsigned int words[4]) {
+    std::memcpy(words_, words, sizeof words_);
+}
 
 Uuid::Uuid(const unsigned char bytes[16]) {
     for (int w = 0; w < 4; ++w) {
@@ -82,7 +84,9 @@ bool Uuid::set(const unsigned int words[4]) {
     return true;
 }
 
-void Uuid::get(unsigned int words[4]) const { std::memcpy(words, words_, sizeof words_); }
+void Uuid::get(unsigned int words[4]) const {
+    std::memcpy(words, words_, sizeof words_);
+}
 
 void Uuid::get(unsigned char bytes[16]) const {
     for (int w = 0; w < 4; ++w) {

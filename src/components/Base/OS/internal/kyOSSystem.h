@@ -22,14 +22,14 @@ struct MemoryStatus {
 /// through it, and tests replace entries to fake a machine (8 processors, a failing host-name
 /// query, a clock they advance by hand) and put the native table back afterwards.
 struct SystemCalls {
-    int (*processorCount)();                            ///< logical processors
-    bool (*memoryStatus)(MemoryStatus* status);         ///< false on failure
+    int (*processorCount)();                    ///< logical processors
+    bool (*memoryStatus)(MemoryStatus* status); ///< false on failure
     std::uint64_t (*pageSize)();
     int (*processId)();
     bool (*computerName)(char* buffer, std::size_t size); ///< NUL-terminated; false on failure
-    bool (*generateUuid)(unsigned int words[4]);        ///< false on failure
+    bool (*generateUuid)(unsigned int words[4]);          ///< false on failure
     std::int64_t (*performanceCounter)();
-    std::int64_t counterFrequency;                      ///< counts per second, read once
+    std::int64_t counterFrequency; ///< counts per second, read once
 };
 
 /// The table in use (the native one unless a test replaced entries).
