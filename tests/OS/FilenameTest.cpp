@@ -1,0 +1,245 @@
+// FilenameTest.cpp - kyOS::Filename as a value, the narrow helpers, and the calls that touch
+// the file system (current directory, directory creation).
+#include <Base/OS/internal/kyOSPath.h>
+#include <Base/OS/internal/kyOSPathCalls.h>
+#include <Base/OS/kyOSFilename.h>
+
+#include "kyTestSupport.h"
+
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using kyOS::Filename;
+using kyOS::PathStyle;
+using kyString::IString;
+
+bool nativeIsWindows() {
+    return kyOS::detail::nativeStyle() == PathStyle::kWindows;
+}
+
+// The native spelling of a name written with backslashes.
+IString native(const wchar_t* text) {
+    std::wstring s = text;
+    for (wchar_t& c : s) {
+        if (c == L'\\') {
+            c = Filename::separator();
+        }
+    }
+    return IString(s.c_str());
+}
+
+TEST(FilenameTest, DefaultIsEmptyWithTheNativeSeparator) {
+    const Filename f;
+    EXPECT_TRUE(f.name().isEmpty());
+    EXPECT_EQ(f.getSeparator(), Filename::separator());
+    EXPECT_TRUE(f.prefix().isEmpty());
+    EXPECT_TRUE(f.dirname().isEmpty());
+    EXPECT_TRUE(f.basename().isEmpty());
+    EXPECT_FALSE(f.isAbsolute());
+    EXPECT_EQ(f.components().size(), 5u);
+}
+
+TEST(FilenameTest, WindowsRulesThroughTheClass) {
+    const Filename f(L"C:/data//scenes/../shot.tar.gz", L'\\', PathStyle::kWindows);
+    EXPECT_EQ(f.style(), PathStyle::kWindows);
+    EXPECT_EQ(f.name().str(), L"C:\\data\\shot.tar.gz");
+    const ky::vector<IString> c = f.components();
+    ASSERT_EQ(c.size(), 5u);
+    EXPECT_EQ(c[0].str(), L"C:");
+    EXPECT_EQ(c[1].str(), L"C:\\data");
+    EXPECT_EQ(c[2].str(), L"shot.tar.gz");
+    EXPECT_EQ(c[3].str(), L"shot.tar");
+    EXPECT_EQ(c[4].str(), L"gz");
+    EXPECT_TRUE(f.isAbsolute());
+    // "/x" is relative under Windows rules even with slash as the separator.
+    EXPECT_FALSE(Filename(L"/x", L'/', PathStyle::kWindows).isAbsolute());
+    EXPECT_EQ(Filename(L"a", L"b", PathStyle::kWindows).name().str(), L"a\\b");
+    EXPECT_EQ(Filename(L"C:", L"x", PathStyle::kWindows).name().str(), L"C:x");
+}
+
+TEST(FilenameTest, PosixRulesThroughTheClass) {
+    const Filename f(L"/usr//lib/../share/a.b", L'/', PathStyle::kPosix);
+    EXPECT_EQ(f.name().str(), L"/usr/share/a.b");
+    EXPECT_TRUE(f.prefix().isEmpty());
+    EXPECT_EQ(f.dirname().str(), L"/usr/share");
+    EXPECT_EQ(f.baseTrunk().str(), L"a");
+    EXPECT_TRUE(f.isAbsolute());
+    EXPECT_EQ(Filename(L"a", L"b", PathStyle::kPosix).name().str(), L"a/b");
+}
+
+TEST(FilenameTest, NativeConstructorsCanonicalise) {
+    EXPECT_EQ(Filename(IString(L"a//b/")).name(), native(L"a\\b"));
+    EXPECT_EQ(Filename(IString(L"a\\\\b\\")).name(), native(L"a\\b"));
+    EXPECT_EQ(Filename("x/y/../z", '/').name().str(), L"x/z");
+    EXPECT_EQ(Filename(kyString::CString("x\\y"), '/').name().str(), L"x/y");
+    EXPECT_EQ(Filename(static_cast<const char*>(nullptr), '/').name().str(), L"");
+    EXPECT_EQ(Filename(IString(L"p"), IString(L"q")).name(), native(L"p\\q"));
+    const Filename dir(IString(L"top"));
+    const Filename leaf(IString(L"leaf.txt"));
+    const Filename joined(dir, leaf);
+    EXPECT_EQ(joined.name(), native(L"top\\leaf.txt"));
+    EXPECT_EQ(joined.basename().str(), L"leaf.txt");
+}
+
+TEST(FilenameTest, AssignmentRules) {
+    Filename f(IString(L"a:b"), L':');
+    EXPECT_EQ(f.name().str(), L"a:b");
+    EXPECT_EQ(f.basename().str(), L"b");
+    // Assigning text canonicalises with the separator already held and drops the old
+    // components.
+    f = IString(L"x//y:");
+    EXPECT_EQ(f.getSeparator(), L':');
+    EXPECT_EQ(f.name().str(), L"x::y"); // "::" is not a doubled "//": kept
+    EXPECT_EQ(f.basename().str(), L"y");
+    // Assigning a Filename copies separator and name as they are.
+    const Filename slash(IString(L"p/q"), L'/');
+    f = slash;
+    EXPECT_EQ(f.getSeparator(), L'/');
+    EXPECT_EQ(f.name().str(), L"p/q");
+    EXPECT_EQ(f.basename().str(), L"q");
+    const Filename copy(f);
+    EXPECT_EQ(copy.name().str(), L"p/q");
+    EXPECT_EQ(copy.dirname().str(), L"p");
+    f = f; // self-assignment keeps everything
+    EXPECT_EQ(f.name().str(), L"p/q");
+}
+
+TEST(FilenameTest, StaticJoinFoldsFromTheLeft) {
+    EXPECT_EQ(Filename::join(L"a", L"b"), native(L"a\\b"));
+    EXPECT_EQ(Filename::join(L"a", L"b", L"c"), native(L"a\\b\\c"));
+    EXPECT_EQ(Filename::join(L"a", L"b", L"..", L"d").str(), native(L"a\\d").str());
+    EXPECT_EQ(Filename::join(L"a", native(L"b\\..\\c"), L"d", L"e").str(),
+              Filename::join(native(L"a\\c\\d"), L"e").str());
+    EXPECT_EQ(Filename::join(L"", L""), IString());
+    EXPECT_EQ(Filename::join(L"a/", L"b", PathStyle::kWindows).str(), L"a/\\b");
+    EXPECT_EQ(Filename::join(L"C:", L"x", PathStyle::kWindows).str(), L"C:x");
+}
+
+TEST(FilenameTest, ReservedDeviceNames) {
+    using kyOS::isWindowsReservedDeviceName;
+    EXPECT_TRUE(isWindowsReservedDeviceName(Filename(IString(L"nul.txt"))));
+    EXPECT_TRUE(isWindowsReservedDeviceName(Filename(IString(L"dir/CON"))));
+    EXPECT_TRUE(isWindowsReservedDeviceName(Filename(IString(L"Com3.log"))));
+    EXPECT_TRUE(
+        isWindowsReservedDeviceName(Filename(L"C:\\out\\lpt1.dat", L'\\', PathStyle::kWindows)));
+    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L"con.tar.gz"))));
+    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L"COM0"))));
+    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L"console"))));
+    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L".nul"))));
+    EXPECT_FALSE(isWindowsReservedDeviceName(Filename()));
+}
+
+TEST(FilenameTest, OverLongNamesAreKeptWhole) {
+    const std::wstring part(300, L'p');
+    std::wstring text;
+    for (int i = 0; i < 40; ++i) {
+        text += part + L"//";
+    }
+    text += L"file.ext";
+    const Filename f(IString(text.c_str()), L'\\', PathStyle::kWindows);
+    EXPECT_GT(f.name().length(), Filename::maxLength(PathStyle::kWindows));
+    EXPECT_EQ(f.name().length(), 40u * 301u + 8u);
+    EXPECT_EQ(f.basename().str(), L"file.ext");
+    EXPECT_EQ(f.dirname().length(), 40u * 301u - 1u);
+}
+
+TEST(FilenameTest, NarrowHelpers) {
+    char out[256];
+    const char* name = nativeIsWindows() ? "C:\\dir\\a.tar.gz" : "/dir/a.tar.gz";
+    kyOS_FilenamePrefix(name, out);
+    EXPECT_STREQ(out, nativeIsWindows() ? "C:" : "");
+    kyOS_FilenameDirname(name, out);
+    EXPECT_STREQ(out, nativeIsWindows() ? "C:\\dir" : "/dir");
+    kyOS_FilenameBasename(name, out);
+    EXPECT_STREQ(out, "a.tar.gz");
+    kyOS_FilenameBaseTrunk(name, out);
+    EXPECT_STREQ(out, "a.tar");
+    kyOS_FilenameBaseSuffix(name, out);
+    EXPECT_STREQ(out, "gz");
+    kyOS_FilenameJoin("a//", "b/", out);
+    EXPECT_STREQ(out, nativeIsWindows() ? "a\\b" : "a/b");
+    // Null input counts as empty; null output receives nothing.
+    std::strcpy(out, "untouched");
+    kyOS_FilenameBasename(nullptr, out);
+    EXPECT_STREQ(out, "");
+    kyOS_FilenameBasename(name, nullptr);
+    kyOS_FilenameJoin(nullptr, nullptr, out);
+    EXPECT_STREQ(out, "");
+    EXPECT_FALSE(kyOS_FilenameMakeDir(nullptr));
+}
+
+class FilenameDiskTest : public kytest::TempDirTest {
+protected:
+    IString dirName() const { return IString(dir().wstring().c_str()); }
+    IString sub(const wchar_t* leaf) const { return Filename::join(dirName(), leaf); }
+};
+
+TEST_F(FilenameDiskTest, MakeDirCreatesOneLevel) {
+    const Filename a(sub(L"a"));
+    EXPECT_TRUE(a.makeDir());
+    EXPECT_TRUE(std::filesystem::is_directory(dir() / "a"));
+    EXPECT_FALSE(a.makeDir());                                           // exists already
+    EXPECT_FALSE(Filename(sub(native(L"x\\y\\z").asWChar())).makeDir()); // parents are not made
+    EXPECT_FALSE(std::filesystem::exists(dir() / "x"));
+    EXPECT_FALSE(Filename().makeDir());
+    const IString narrowName = sub(L"n");
+    EXPECT_TRUE(kyOS_FilenameMakeDir(narrowName.asMultibyte()));
+    EXPECT_TRUE(std::filesystem::is_directory(dir() / "n"));
+}
+
+TEST_F(FilenameDiskTest, OverLongComponentIsRefused) {
+    const std::wstring longLeaf(Filename::maxLength(PathStyle::kWindows) + 40, L'q');
+    EXPECT_FALSE(Filename(sub(longLeaf.c_str())).makeDir());
+}
+
+TEST_F(FilenameDiskTest, CurrentDirectoryRoundTrip) {
+    Filename saved;
+    saved.getCwd();
+    ASSERT_FALSE(saved.name().isEmpty());
+    EXPECT_TRUE(saved.isAbsolute());
+    EXPECT_EQ(saved.getSeparator(), Filename::separator());
+
+    ASSERT_TRUE(Filename(dirName()).setCwd());
+    Filename now;
+    now.getCwd();
+    EXPECT_EQ(now.basename(), Filename(dirName()).basename());
+    EXPECT_TRUE(std::filesystem::equivalent(std::filesystem::path(now.name().str()), dir()));
+    EXPECT_FALSE(Filename(sub(L"missing")).setCwd());
+    EXPECT_FALSE(Filename().setCwd());
+    ASSERT_TRUE(saved.setCwd());
+}
+
+TEST_F(FilenameDiskTest, NativeLongPathFormOfARelativeName) {
+    Filename saved;
+    saved.getCwd();
+    ASSERT_TRUE(Filename(dirName()).setCwd());
+    Filename cwd;
+    cwd.getCwd();
+    IString out;
+    const kyUtil::Error e = kyOS::toLongPathForm(L"x/y", out);
+    ASSERT_TRUE(saved.setCwd());
+    ASSERT_TRUE(e.ok()) << e.message();
+    const IString expected = Filename::join(cwd.name(), native(L"x\\y"));
+    EXPECT_EQ(out, nativeIsWindows() ? IString(L"\\\\?\\") + expected : expected);
+}
+
+bool failingGetCwd(std::wstring&, unsigned int) {
+    return false;
+}
+
+TEST(FilenameFakeTest, GetCwdFailureLeavesTheNameEmpty) {
+    kyOS::detail::pathCalls().getCwd = failingGetCwd;
+    Filename f(L"a/b", L':');
+    f.getCwd();
+    kyOS::detail::pathCalls() = kyOS::detail::nativePathCalls();
+    EXPECT_TRUE(f.name().isEmpty());
+    EXPECT_EQ(f.getSeparator(), Filename::separator());
+    EXPECT_TRUE(f.basename().isEmpty());
+}
+
+} // namespace
