@@ -75,6 +75,7 @@ int main() {
     std::printf("Base showcase\n");
     showcaseStrings();
     containers();
+    showcasePaths();
     showcaseOS();
     showcaseSignals();
     showcaseUndo();

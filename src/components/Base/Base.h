@@ -33,10 +33,13 @@
 #include <Base/Containers/kySet.h>
 #include <Base/Containers/kyVector.h>
 
-// OS: system information, identifiers, timing, traces, the application frame
+// OS: file names and search paths, system information, identifiers, timing, traces, the
+// application frame
 #include <Base/OS/kyOSAppMain.h>
 #include <Base/OS/kyOSAppOutput.h>
 #include <Base/OS/kyOSDebugTrace.h>
+#include <Base/OS/kyOSFilename.h>
+#include <Base/OS/kyOSSearchPath.h>
 #include <Base/OS/kyOSStopWatch.h>
 #include <Base/OS/kyOSSysInfo.h>
 #include <Base/OS/kyOSUuid.h>
