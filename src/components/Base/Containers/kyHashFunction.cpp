@@ -14,6 +14,12 @@ inline std::uint64_t rotl(std::uint64_t x, int r) {
     return (x << r) | (x >> (64 - r));
 }
 
+inline std::uint64_t load32(const unsigned char* p) {
+    std::uint32_t w;
+    std::memcpy(&w, p, 4);
+    return w;
+}
+
 inline std::uint64_t load64(const unsigned char* p) {
     std::uint64_t w;
     std::memcpy(&w, p, 8);
@@ -35,16 +41,24 @@ inline std::uint64_t finish(std::uint64_t h) {
 HashValue hashfunction(const void* bytes, std::size_t count) {
     const unsigned char* p = static_cast<const unsigned char*>(bytes);
     std::uint64_t h = kMul1 ^ (count * kMul2);
-    // Word at a time: multiply-rotate mixing of 8 bytes per step.
-    while (count >= 8) {
-        h = rotl(h ^ (load64(p) * kMul2), 31) * kMul1;
-        p += 8;
-        count -= 8;
-    }
-    if (count > 0) {
-        std::uint64_t tail = 0;
-        std::memcpy(&tail, p, count);
-        h = rotl(h ^ (tail * kMul2), 31) * kMul1;
+    if (count >= 8) {
+        // Whole words, then the last eight bytes (which may overlap the last whole word): no
+        // byte-by-byte tail.
+        const unsigned char* last = p + count - 8;
+        while (p < last) {
+            h = rotl(h ^ (load64(p) * kMul2), 31) * kMul1;
+            p += 8;
+        }
+        h = rotl(h ^ (load64(last) * kMul2), 31) * kMul1;
+    } else if (count >= 4) {
+        const std::uint64_t w =
+            load32(p) | (static_cast<std::uint64_t>(load32(p + count - 4)) << 32);
+        h = rotl(h ^ (w * kMul2), 31) * kMul1;
+    } else if (count > 0) {
+        const std::uint64_t w = static_cast<std::uint64_t>(p[0]) |
+                                (static_cast<std::uint64_t>(p[count / 2]) << 8) |
+                                (static_cast<std::uint64_t>(p[count - 1]) << 16);
+        h = rotl(h ^ (w * kMul2), 31) * kMul1;
     }
     return finish(h);
 }
