@@ -6,7 +6,6 @@
 #include <Base/OS/kyOSAppOutput.h>
 
 #include <mutex>
-#include <string>
 
 namespace kyOS {
 
@@ -96,7 +95,7 @@ void DebugTrace::print(const char* text) {
 struct DebugTraceManager::Impl {
     mutable std::mutex mutex;
     ky::vector<DebugTrace*> traces;
-    ky::hash_set<std::string> enabledCategories;
+    ky::hash_set<kyString::CString> enabledCategories;
     bool allEnabled = false;
 };
 
@@ -116,12 +115,16 @@ bool DebugTraceManager::isEnabled(const DebugTrace* trace) const {
     if (trace->category_.isEmpty() || impl_->allEnabled) {
         return true;
     }
-    const std::string category = trace->category_.asChar();
-    if (impl_->enabledCategories.contains(category)) {
+    if (impl_->enabledCategories.contains(trace->category_)) {
         return true;
     }
-    return !trace->subcategory_.isEmpty() &&
-           impl_->enabledCategories.contains(category + "/" + trace->subcategory_.asChar());
+    if (trace->subcategory_.isEmpty()) {
+        return false;
+    }
+    kyString::CString both(trace->category_);
+    both += '/';
+    both += trace->subcategory_;
+    return impl_->enabledCategories.contains(both);
 }
 
 void DebugTraceManager::initializeTrace(DebugTrace* trace, bool registered) {
@@ -161,7 +164,7 @@ void DebugTraceManager::unregisterTrace(DebugTrace* trace) {
 
 void DebugTraceManager::enableCategory(const kyString::CString& category) {
     std::lock_guard<std::mutex> lock(impl_->mutex);
-    impl_->enabledCategories.insert(std::string(category.asChar()));
+    impl_->enabledCategories.insert(category);
     for (DebugTrace* trace : impl_->traces) {
         initializeTrace(trace, true);
     }
