@@ -1,7 +1,7 @@
 // FilenameRulesTest.cpp - the path rules of both styles, on every platform: canonicalisation,
 // joining, splitting, absoluteness, reserved device names and the long-path form.
+#include <Base/OS/internal/kyOSFileCalls.h>
 #include <Base/OS/internal/kyOSPath.h>
-#include <Base/OS/internal/kyOSPathCalls.h>
 #include <Base/OS/kyOSFilename.h>
 
 #include <string>
@@ -299,9 +299,10 @@ TEST(FilenameRulesTest, StyleConstants) {
 // Replaces the full-path query with a fake and puts the native one back afterwards.
 class LongPathTest : public ::testing::Test {
 protected:
-    static int fakeFullPath(const std::wstring& name, std::wstring& out) {
+    static int fakeFullPath(const std::wstring& name, std::wstring& out, int* error) {
         if (fail) {
-            return 5;
+            *error = 5;
+            return -1;
         }
         out = cwd + name;
         return 0;
@@ -311,10 +312,10 @@ protected:
     }
     void SetUp() override {
         fail = false;
-        detail::pathCalls().fullPath = fakeFullPath;
-        detail::pathCalls().errorText = fakeErrorText;
+        detail::fileCalls().fullPath = fakeFullPath;
+        detail::fileCalls().systemErrorText = fakeErrorText;
     }
-    void TearDown() override { detail::pathCalls() = detail::nativePathCalls(); }
+    void TearDown() override { detail::fileCalls() = detail::nativeFileCalls(); }
 
     static bool fail;
     static std::wstring cwd;

@@ -1,7 +1,7 @@
 // FilenameTest.cpp - kyOS::Filename as a value, the narrow helpers, and the calls that touch
 // the file system (current directory, directory creation).
+#include <Base/OS/internal/kyOSFileCalls.h>
 #include <Base/OS/internal/kyOSPath.h>
-#include <Base/OS/internal/kyOSPathCalls.h>
 #include <Base/OS/kyOSFilename.h>
 
 #include "kyTestSupport.h"
@@ -228,15 +228,16 @@ TEST_F(FilenameDiskTest, NativeLongPathFormOfARelativeName) {
     EXPECT_EQ(out, nativeIsWindows() ? IString(L"\\\\?\\") + expected : expected);
 }
 
-bool failingGetCwd(std::wstring&, unsigned int) {
-    return false;
+int failingGetCwd(std::wstring&, unsigned int, int* error) {
+    *error = 34; // too long for the buffer
+    return -1;
 }
 
 TEST(FilenameFakeTest, GetCwdFailureLeavesTheNameEmpty) {
-    kyOS::detail::pathCalls().getCwd = failingGetCwd;
+    kyOS::detail::fileCalls().getCwd = failingGetCwd;
     Filename f(L"a/b", L':');
     f.getCwd();
-    kyOS::detail::pathCalls() = kyOS::detail::nativePathCalls();
+    kyOS::detail::fileCalls() = kyOS::detail::nativeFileCalls();
     EXPECT_TRUE(f.name().isEmpty());
     EXPECT_EQ(f.getSeparator(), Filename::separator());
     EXPECT_TRUE(f.basename().isEmpty());

@@ -1,8 +1,8 @@
 // kyOSFilename.cpp - kyOS::Filename and the narrow kyOS_Filename helpers.
 #include <Base/OS/kyOSFilename.h>
 
+#include <Base/OS/internal/kyOSFileCalls.h>
 #include <Base/OS/internal/kyOSPath.h>
-#include <Base/OS/internal/kyOSPathCalls.h>
 
 #include <cstring>
 
@@ -178,18 +178,21 @@ void Filename::getCwd() {
     style_ = detail::nativeStyle();
     separator_ = detail::defaultSeparator(style_);
     std::wstring cwd;
-    if (!detail::pathCalls().getCwd(cwd, detail::maxPathLength(style_))) {
+    int error = 0;
+    if (detail::fileCalls().getCwd(cwd, detail::maxPathLength(style_), &error) != 0) {
         cwd.clear();
     }
     name_ = toIString(detail::canonicalize(cwd, separator_, style_));
 }
 
 bool Filename::setCwd() const {
-    return !name_.isEmpty() && detail::pathCalls().setCwd(name_.str());
+    int error = 0;
+    return !name_.isEmpty() && detail::fileCalls().setCwd(name_.str(), &error) == 0;
 }
 
 bool Filename::makeDir() const {
-    return !name_.isEmpty() && detail::pathCalls().makeDir(name_.str());
+    int error = 0;
+    return !name_.isEmpty() && detail::fileCalls().mkdir(name_.str(), &error) == 0;
 }
 
 wchar_t Filename::separator() {

@@ -1,7 +1,7 @@
 // kyOSSearchPath.cpp - kyOS::SearchPath.
 #include <Base/OS/kyOSSearchPath.h>
 
-#include <Base/OS/internal/kyOSPathCalls.h>
+#include <Base/OS/internal/kyOSFileCalls.h>
 #include <Base/OS/kyOSFilename.h>
 
 namespace kyOS {
@@ -11,11 +11,15 @@ namespace {
 constexpr wchar_t kUninitializedSeparator = L'?';
 
 bool exists(const kyString::IString& name) {
-    return detail::pathCalls().pathKind(name.str()) != detail::PathKind::kNone;
+    detail::NativeStat info{};
+    int error = 0;
+    return detail::fileCalls().stat(name.str(), &info, &error) == 0;
 }
 
 bool isDirectory(const kyString::IString& name) {
-    return detail::pathCalls().pathKind(name.str()) == detail::PathKind::kDirectory;
+    detail::NativeStat info{};
+    int error = 0;
+    return detail::fileCalls().stat(name.str(), &info, &error) == 0 && info.isDirectory;
 }
 
 } // namespace

@@ -1,7 +1,7 @@
 // kyOSPath.cpp - the path rules of both styles: canonicalisation, joining, splitting.
 #include <Base/OS/internal/kyOSPath.h>
 
-#include <Base/OS/internal/kyOSPathCalls.h>
+#include <Base/OS/internal/kyOSFileCalls.h>
 
 namespace kyOS {
 namespace detail {
@@ -230,9 +230,9 @@ kyUtil::Error longPathForm(const std::wstring& canonical, PathStyle style, std::
     out = canonical;
     if (!isAbsolute(out, style)) {
         std::wstring full;
-        const int error = pathCalls().fullPath(out, full);
-        if (error != 0) {
-            const std::wstring text = pathCalls().errorText(error);
+        int error = 0;
+        if (fileCalls().fullPath(out, full, &error) != 0) {
+            const std::wstring text = fileCalls().systemErrorText(error);
             return kyUtil::Error(
                 kErrSyscall,
                 kyString::IString(text.c_str(), static_cast<unsigned int>(text.size())));

@@ -1,0 +1,99 @@
+// kyOSFileUtil.cpp - small helpers shared by the file layer's implementation files.
+#include <Base/OS/internal/kyOSFileUtil.h>
+
+#include <Base/String/kyStringIString.h>
+
+namespace kyOS {
+namespace detail {
+
+int writeAll(int fd, const void* buffer, std::size_t size, int* error) {
+    FileCalls& calls = fileCalls();
+    const char* at = static_cast<const char*>(buffer);
+    while (size > 0) {
+        const long long put =
+            retryInterrupted([&] { return calls.write(fd, at, size, error); }, error);
+        if (put < 0) {
+            return -1;
+        }
+        if (put == 0) {
+            // The system took nothing and said nothing: it will not do better next time.
+            *error = EIO;
+            return -1;
+        }
+        at += put;
+        size -= static_cast<std::size_t>(put);
+    }
+    return 0;
+}
+
+long long readFully(int fd, void* buffer, std::size_t size, int* error) {
+    FileCalls& calls = fileCalls();
+    char* at = static_cast<char*>(buffer);
+    std::size_t done = 0;
+    while (done < size) {
+        const long long got =
+            retryInterrupted([&] { return calls.read(fd, at + done, size - done, error); }, error);
+        if (got < 0) {
+            return -1;
+        }
+        if (got == 0) {
+            break;
+        }
+        done += static_cast<std::size_t>(got);
+    }
+    return static_cast<long long>(done);
+}
+
+int syncFile(const std::wstring& name, int* error) {
+    FileCalls& calls = fileCalls();
+    const int fd = static_cast<int>(
+        retryInterrupted([&] { return calls.open(name, kNativeWrite, error); }, error));
+    if (fd < 0) {
+        return -1;
+    }
+    int result = static_cast<int>(retryInterrupted([&] { return calls.fsync(fd, error); }, error));
+    int closeError = 0;
+    if (calls.close(fd, &closeError) != 0 && result == 0) {
+        *error = closeError;
+        result = -1;
+    }
+    return result;
+}
+
+void closeQuietly(int fd) {
+    int ignored = 0;
+    fileCalls().close(fd, &ignored);
+}
+
+bool nameExists(const std::wstring& name) {
+    NativeStat info{};
+    int error = 0;
+    return retryInterrupted([&] { return fileCalls().stat(name, &info, &error); }, &error) == 0;
+}
+
+bool removeIfExists(const std::wstring& name) {
+    if (!nameExists(name)) {
+        return true;
+    }
+    int error = 0;
+    return retryInterrupted([&] { return fileCalls().unlink(name, &error); }, &error) == 0;
+}
+
+bool removeLeftover(const std::wstring& name) {
+    FileCalls& calls = fileCalls();
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        int error = 0;
+        if (retryInterrupted([&] { return calls.unlink(name, &error); }, &error) == 0 ||
+            calls.runtimeErrorOf(error) == ENOENT) {
+            return true;
+        }
+    }
+    return false;
+}
+
+kyUtil::Error runtimeError(int error) {
+    return kyUtil::Error(14, kyString::IString(fileCalls().runtimeErrorText(error).c_str()));
+}
+
+} // namespace detail
+} // namespace kyOS
