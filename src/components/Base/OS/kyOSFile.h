@@ -1,0 +1,251 @@
+// kyOSFile.h - kyOS::File and its transports, the file error table, whole-file operations
+// and temporary names.
+#ifndef KY_OS_FILE_H
+#define KY_OS_FILE_H
+
+#include <Base/BaseExport.h>
+#include <Base/Containers/kyVector.h>
+#include <Base/OS/kyOSFileStatus.h>
+#include <Base/OS/kyOSFilename.h>
+#include <Base/OS/kyOSIOStream.h>
+#include <Base/String/kyStringIString.h>
+#include <Base/Utility/kyUtilError.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace kyOS {
+
+/// How `File::open` and `File::openTemp` open a file: one of `kRead`, `kWrite`,
+/// `kReadWrite`, optionally with the modifiers.
+///  - `kRead`: the file must exist ("File does not exist", code 18, otherwise).
+///  - `kWrite`, `kReadWrite`: the file must exist unless `kCreate` is given.
+///  - `kAppend`: every write goes to the end (implies writing).
+///  - `kCreate`: create the file when missing (permissions 0666 less the process's umask).
+///  - `kTruncate`: empty an existing file.
+///  - `kExclusive`: with `kCreate`, fail with "File Exists" (code 2) when the file exists.
+/// Files are always opened in binary mode and are not inherited by child processes.
+enum OpenMode {
+    kRead = 1,
+    kWrite = 2,
+    kReadWrite = 3,
+    kAppend = 4,
+    kCreate = 8,
+    kTruncate = 16,
+    kExclusive = 32,
+};
+
+/// Flags of `File::deleteSelf`: `kDeleteRecursive` removes a directory with its contents;
+/// without it a directory must be empty ("The directory is not empty", code 13).
+enum DeleteFlags { kDeleteRecursive = 1 };
+
+/// Origins of `File::seek`.
+enum SeekOrigin { kSeekSet = 0, kSeekCurrent = 1, kSeekEnd = 2 };
+
+/// One way of reaching files: the local disk is the built-in one. A transport is made for
+/// one name by a `FileFactory` and owned by the `File` that uses it. Every operation returns
+/// an error from the file error table (`File::getError`) or code 14 with the system's own
+/// text. Not thread-safe: one thread at a time per transport.
+class KY_BASE_API FileTransport {
+public:
+    FileTransport() = default;
+    FileTransport(const FileTransport&) = delete;
+    FileTransport& operator=(const FileTransport&) = delete;
+    virtual ~FileTransport();
+
+    virtual kyUtil::Error open(int mode) = 0;
+    /// Gives the transport a new temporary name and opens it as `open(mode | kCreate |
+    /// kExclusive)` would.
+    virtual kyUtil::Error openTemp(int mode) = 0;
+    virtual kyUtil::Error close() = 0;
+    virtual kyUtil::Error read(void* buffer, std::size_t size, std::size_t* count) = 0;
+    virtual kyUtil::Error write(const void* buffer, std::size_t size, std::size_t* count) = 0;
+    virtual kyUtil::Error seek(std::int64_t offset, int origin) = 0;
+    virtual kyUtil::Error tell(std::int64_t* position) = 0;
+    /// Makes the data written so far durable (on the disk, not only in caches).
+    virtual kyUtil::Error sync() = 0;
+    virtual kyUtil::Error makeDirectory() = 0;
+    virtual kyUtil::Error makeDirectoryAll() = 0;
+    /// Gives the transport a new temporary name and creates a directory there.
+    virtual kyUtil::Error makeTempDirectory() = 0;
+    virtual kyUtil::Error deleteSelf(int flags) = 0;
+    virtual kyUtil::Error copyTo(FileTransport& target) = 0;
+    virtual kyUtil::Error moveTo(FileTransport& target) = 0;
+    virtual kyUtil::Error readDir(ky::vector<kyString::IString>& names, bool fullNames) = 0;
+    virtual kyUtil::Error query(FileStatus& status, bool withOwner) = 0;
+    virtual bool isOpen() const = 0;
+    virtual bool isDirectory() = 0;
+    virtual kyString::IString getFullName() const = 0;
+    virtual kyString::IString getNameTitle() const = 0;
+    virtual kyString::IString getNameBase() const = 0;
+    virtual kyString::IString transportId() const = 0;
+    virtual wchar_t getSeparator() const = 0;
+};
+
+/// Makes transports for names. The installed factory (`getFileFactory`) serves every `File`
+/// made from a name; the built-in one makes local-disk transports for every name.
+class KY_BASE_API FileFactory {
+public:
+    virtual ~FileFactory();
+    /// A new transport for `name`, owned by the caller; never null.
+    virtual FileTransport* createTransport(const kyString::IString& name) = 0;
+};
+
+/// The factory in use: the built-in local-disk factory unless one was installed.
+KY_BASE_API FileFactory& getFileFactory();
+/// Installs `factory` (not owned; it must outlive its use) or, with null, the built-in one.
+/// Install at start-up, before other threads make files.
+KY_BASE_API void setFileFactory(FileFactory* factory);
+
+/// A file or directory, reached through the transport that the factory made for its name.
+/// Owns the transport. Opening, reading and writing follow `OpenMode` and the `IOStream`
+/// contract; failures come back as `kyUtil::Error` values with the codes of the file error
+/// table below (14 carries the system's own text). A `File` closes itself when destroyed.
+/// Not thread-safe: one thread at a time per object.
+///
+/// @code
+///   kyOS::File out(L"notes.txt");
+///   kyUtil::Error e = out.open(kyOS::kWrite | kyOS::kCreate | kyOS::kTruncate);
+///   if (e.ok()) e = out.write("hello", 5, nullptr);
+///   if (e.ok()) e = out.close();
+/// @endcode
+class KY_BASE_API File : public IOStream {
+public:
+    /// Message texts of the file error codes 1 to 19, indexed by code - 1.
+    static const char* const ErrMsgs[19];
+    /// An error with `code` and its text from `ErrMsgs`; code 0 gives an empty error and a
+    /// code outside 1..19 the code alone.
+    static kyUtil::Error getError(int code);
+
+    /// Status of the name through the installed factory's transport (without owner and
+    /// group). A missing name is not an error: the status says it does not exist.
+    static kyUtil::Error query(const Filename& name, FileStatus& status);
+    static kyUtil::Error query(const kyString::IString& name, FileStatus& status);
+
+    explicit File(const kyString::IString& name);
+    explicit File(const Filename& name);
+    /// Adopts `transport` (may be null: the file is then not valid).
+    explicit File(FileTransport* transport);
+    ~File() override;
+
+    bool isValid() const { return transport_ != nullptr; }
+
+    kyUtil::Error open(int mode);
+    kyUtil::Error openTemp(int mode);
+    kyUtil::Error close();
+    kyUtil::Error read(void* buffer, std::size_t size, std::size_t* count) override;
+    kyUtil::Error write(const void* buffer, std::size_t size, std::size_t* count) override;
+    kyUtil::Error seek(std::int64_t offset, int origin);
+    kyUtil::Error tell(std::int64_t* position);
+    kyUtil::Error sync();
+    kyUtil::Error makeDirectory();
+    /// Creates the directory and every missing parent.
+    kyUtil::Error makeDirectoryAll();
+    kyUtil::Error makeTempDirectory();
+    kyUtil::Error deleteSelf(int flags = 0);
+    kyUtil::Error copyTo(File& target);
+    kyUtil::Error moveTo(File& target);
+    /// The entries of this directory, without "." and "..", in the order the system gives
+    /// them; with `fullNames` each joined to the directory's name.
+    kyUtil::Error readDir(ky::vector<kyString::IString>& names, bool fullNames);
+    /// Status of this file; `withOwner` also looks up owner and group names.
+    kyUtil::Error query(FileStatus& status, bool withOwner);
+
+    bool isOpen() const;
+    bool isDirectory();
+    kyString::IString getFullName() const;
+    /// The name without its directory ("shot.ma" for "/data/shot.ma").
+    kyString::IString getNameTitle() const;
+    /// The title without its last suffix ("shot").
+    kyString::IString getNameBase() const;
+    /// Which transport serves the file ("file" for the local disk).
+    kyString::IString transportId() const;
+    wchar_t getSeparator() const;
+    FileTransport* getTransport() const { return transport_; }
+
+private:
+    FileTransport* transport_;
+};
+
+/// `File::query` answered without error and the name exists.
+KY_BASE_API bool doesFileExist(const Filename& name);
+/// `File::query` answered without error and the name may be written.
+KY_BASE_API bool isFileWritable(const Filename& name);
+
+/// Deletes a file. On failure: code 1 with the system's message.
+KY_BASE_API kyUtil::Error fileDelete(const Filename& name);
+KY_BASE_API kyUtil::Error fileDelete(const char* name);
+KY_BASE_API kyUtil::Error fileDelete(const wchar_t* name);
+/// Copies contents, permission bits and modification time. On failure the message is
+/// "Error copying <from> to <to>: <system message>" and the code 2 when the source is
+/// missing, 3 when the target exists and `overwrite` is false, 1 otherwise (these codes
+/// deliberately differ from the file error table).
+KY_BASE_API kyUtil::Error fileCopy(const Filename& from, const Filename& to, bool overwrite);
+KY_BASE_API kyUtil::Error fileCopy(const char* from, const char* to, bool overwrite);
+KY_BASE_API kyUtil::Error fileCopy(const wchar_t* from, const wchar_t* to, bool overwrite);
+/// Copy, then delete the source; a failed delete still counts as success.
+KY_BASE_API kyUtil::Error fileMove(const Filename& from, const Filename& to, bool overwrite);
+KY_BASE_API kyUtil::Error fileMove(const char* from, const char* to, bool overwrite);
+KY_BASE_API kyUtil::Error fileMove(const wchar_t* from, const wchar_t* to, bool overwrite);
+/// Renames within one directory; across directories moves with overwrite. A failed rename
+/// gives code 6 and a message chosen by the system's error number.
+KY_BASE_API kyUtil::Error fileRename(const Filename& from, const Filename& to);
+KY_BASE_API kyUtil::Error fileRename(const char* from, const char* to);
+KY_BASE_API kyUtil::Error fileRename(const wchar_t* from, const wchar_t* to);
+
+/// The system's temporary directory ($TMPDIR, else /tmp, on POSIX systems).
+KY_BASE_API Filename getTempDirectory();
+/// A name for a temporary file in the temporary directory, not in use when made: the
+/// system's unique name for `prefix` ("KYTMP" when null) without its suffix, then "." and
+/// `suffix` when `suffix` is not empty. The system creates the file to reserve the name and
+/// it is deleted at once: only the name is kept. (Windows uses only the first three
+/// characters of the prefix and appends four hex digits; POSIX systems keep the whole prefix
+/// and append six random characters.) When the system cannot make one, the name
+/// is "<prefix><process id>_<counter>" instead.
+KY_BASE_API Filename createTmpFilename(const kyString::IString& suffix,
+                                       const wchar_t* prefix = nullptr);
+/// A name beside `name` that is not in use: "<dir>/<trunk><separator><n>.<suffix>" for the
+/// first n from 1 whose name does not exist, where <suffix> is `suffix` when not null,
+/// else the suffix of `name` ("shot.ma" gives "shot_1.ma" with the default separator).
+/// `separator` ("_" when empty) stands between the trunk and the number.
+KY_BASE_API Filename
+createNewFilenameVariant(const Filename& name, const wchar_t* suffix = nullptr,
+                         const kyString::IString& separator = kyString::IString());
+/// Deletes the library's own leftover temporary files from the temporary directory (or
+/// `directory`): plain files named "KYT<anything>" (the default prefix "KYTMP", which Windows
+/// cuts to three characters) or "<anything>.0.tmp" / "<anything>.1.tmp" (the names
+/// `ProtectedWrite` makes) that are older than one hour.
+/// Returns the number of files deleted.
+KY_BASE_API int cleanupTempDirectory();
+KY_BASE_API int cleanupTempDirectory(const kyString::IString& directory);
+
+} // namespace kyOS
+
+// Entry points for C callers; narrow names are in the process's code page.
+extern "C" {
+KY_BASE_API bool kyOS_DoesFileExist(const char* name);
+KY_BASE_API bool kyOS_DoesFileExistW(const wchar_t* name);
+/// The exists flag of the status: deliberately true for a plain file as well.
+KY_BASE_API bool kyOS_DoesDirectoryExist(const char* name);
+KY_BASE_API bool kyOS_IsFileWriteable(const char* name);
+KY_BASE_API bool kyOS_IsFileWriteableW(const wchar_t* name);
+/// `fileCopy(from, to, overwrite)`; true on success.
+KY_BASE_API bool kyOS_CopyFileTo(const char* from, const char* to, bool overwrite);
+KY_BASE_API bool kyOS_CopyFileToW(const wchar_t* from, const wchar_t* to, bool overwrite);
+/// Reads up to `size` leading bytes of the file into `buffer`; returns the number read
+/// (fewer for a shorter file), or -1 when the file cannot be opened or read.
+KY_BASE_API long long kyOS_ReadHeaderFromFile(const char* name, void* buffer, std::size_t size);
+KY_BASE_API long long kyOS_ReadHeaderFromFileW(const wchar_t* name, void* buffer, std::size_t size);
+/// The temporary directory, copied with its terminating zero into `out` of `size` units;
+/// returns false (and writes nothing) when it does not fit.
+KY_BASE_API bool kyOS_GetTemporaryDirectory(char* out, std::size_t size);
+KY_BASE_API bool kyOS_GetTemporaryDirectoryW(wchar_t* out, std::size_t size);
+/// `createTmpFilename(suffix, prefix)` copied the same way; null suffix and prefix count as
+/// empty and "KYTMP".
+KY_BASE_API bool kyOS_CreateTemporaryFileName(const char* suffix, const char* prefix, char* out,
+                                              std::size_t size);
+KY_BASE_API bool kyOS_CreateTemporaryFileNameW(const wchar_t* suffix, const wchar_t* prefix,
+                                               wchar_t* out, std::size_t size);
+}
+
+#endif // KY_OS_FILE_H

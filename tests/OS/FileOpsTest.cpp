@@ -1,0 +1,363 @@
+// FileOpsTest.cpp - whole-file operations, temporary names and file systems.
+#include "FileTestSupport.h"
+
+#include <Base/OS/internal/kyOSFileCalls.h>
+#include <Base/OS/kyOSFile.h>
+#include <Base/OS/kyOSFilesystem.h>
+
+#include <kyTestProcess.h>
+#include <kyTestSupport.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <filesystem>
+#include <string>
+
+using filetest::get;
+using filetest::name;
+using filetest::put;
+using filetest::text;
+using filetest::there;
+using filetest::wide;
+
+namespace {
+
+namespace fs = std::filesystem;
+using kyOS::detail::fileCalls;
+using kyOS::detail::nativeFileCalls;
+
+// Each test may replace entries of the system-call table; the native ones come back after.
+class FileOpsTest : public kytest::TempDirTest {
+protected:
+    void TearDown() override {
+        fileCalls() = nativeFileCalls();
+        kytest::TempDirTest::TearDown();
+    }
+    // The system's own text for an errno value, as the library reports it.
+    static std::string systemText(int error) {
+        return kyString::IString(fileCalls().runtimeErrorText(error).c_str()).asMultibyte();
+    }
+};
+
+TEST_F(FileOpsTest, CopyCopiesContentsAndAttributes) {
+    const std::string bytes(300000, 'c'); // more than one buffer's worth
+    put(path("from"), bytes);
+    const auto old = fs::file_time_type::clock::now() - std::chrono::hours(48);
+    fs::last_write_time(path("from"), old);
+    if (!filetest::onWindows()) {
+        fs::permissions(path("from"), fs::perms::owner_read | fs::perms::group_read);
+    }
+    ASSERT_TRUE(kyOS::fileCopy(name(path("from")), name(path("to")), false).ok());
+    EXPECT_EQ(get(path("to")), bytes);
+    EXPECT_EQ(fs::last_write_time(path("to")), fs::last_write_time(path("from")));
+    EXPECT_EQ(fs::status(path("to")).permissions(), fs::status(path("from")).permissions());
+    EXPECT_TRUE(there(path("from")));
+}
+
+TEST_F(FileOpsTest, CopyErrorsUseTheirOwnCodes) {
+    put(path("a"), "A");
+    put(path("b"), "B");
+    const std::string from = path("missing");
+    kyUtil::Error e = kyOS::fileCopy(from.c_str(), path("x").c_str(), false);
+    EXPECT_EQ(e.code(), 2);
+    const std::string notFound =
+        kyString::IString(fileCalls().systemErrorText(fileCalls().notFoundError).c_str())
+            .asMultibyte();
+    EXPECT_EQ(text(e), "Error copying " + std::string(name(from).name().asMultibyte()) + " to " +
+                           std::string(name(path("x")).name().asMultibyte()) + ": " + notFound);
+    EXPECT_FALSE(there(path("x")));
+
+    e = kyOS::fileCopy(wide(path("a")).asWChar(), wide(path("b")).asWChar(), false);
+    EXPECT_EQ(e.code(), 3);
+    EXPECT_EQ(get(path("b")), std::string("B")); // untouched
+    ASSERT_TRUE(kyOS::fileCopy(name(path("a")), name(path("b")), true).ok());
+    EXPECT_EQ(get(path("b")), std::string("A"));
+
+    // Anything else is code 1: here a target directory that does not exist.
+    e = kyOS::fileCopy(name(path("a")), name(path("no/dir/x")), true);
+    EXPECT_EQ(e.code(), filetest::onWindows() ? 1 : 2); // POSIX says "not found" for the dir
+    // A directory as the source.
+    fs::create_directory(path("d"));
+    EXPECT_EQ(kyOS::fileCopy(name(path("d")), name(path("y")), true).code(), 1);
+}
+
+TEST_F(FileOpsTest, CopyIntoAnUnwritableDirectory) {
+    if (!kytest::canDropPrivileges()) {
+        GTEST_SKIP() << "needs a POSIX system and root, to check as another user";
+    }
+    put(path("src"), "S");
+    fs::permissions(path("src"), fs::perms::all);
+    const std::string from = path("src");
+    const std::string to = path("dst"); // the test directory is root's, 0755
+    const auto seen = kytest::runInChild(
+        [&] {
+            const kyUtil::Error e = kyOS::fileCopy(name(from), name(to), false);
+            return std::to_string(e.code()) + "|" + text(e);
+        },
+        true);
+    ASSERT_TRUE(seen.has_value());
+    EXPECT_EQ(*seen, "1|Error copying " + from + " to " + to + ": " + systemText(EACCES));
+    EXPECT_FALSE(there(to));
+}
+
+TEST_F(FileOpsTest, DeleteReportsTheSystemMessage) {
+    put(path("gone"), "");
+    ASSERT_TRUE(kyOS::fileDelete(path("gone").c_str()).ok());
+    EXPECT_FALSE(there(path("gone")));
+    const kyUtil::Error e = kyOS::fileDelete(wide(path("gone")).asWChar());
+    EXPECT_EQ(e.code(), 1);
+    EXPECT_EQ(text(e),
+              std::string(
+                  kyString::IString(fileCalls().systemErrorText(fileCalls().notFoundError).c_str())
+                      .asMultibyte()));
+}
+
+TEST_F(FileOpsTest, MoveCopiesThenDeletes) {
+    put(path("m"), "move me");
+    ASSERT_TRUE(kyOS::fileMove(name(path("m")), name(path("n")), false).ok());
+    EXPECT_FALSE(there(path("m")));
+    EXPECT_EQ(get(path("n")), std::string("move me"));
+    // A failed copy leaves the source where it was.
+    put(path("m"), "again");
+    EXPECT_EQ(kyOS::fileMove(path("m").c_str(), path("n").c_str(), false).code(), 3);
+    EXPECT_EQ(get(path("m")), std::string("again"));
+}
+
+int refuseUnlink(const std::wstring&, int* error) {
+    *error = EACCES;
+    return -1;
+}
+
+TEST_F(FileOpsTest, MoveWhoseDeleteFailsStillSucceeds) {
+    put(path("m"), "both");
+    fileCalls().unlink = refuseUnlink;
+    ASSERT_TRUE(kyOS::fileMove(name(path("m")), name(path("n")), true).ok());
+    EXPECT_EQ(get(path("m")), std::string("both"));
+    EXPECT_EQ(get(path("n")), std::string("both"));
+}
+
+TEST_F(FileOpsTest, RenameWithinAndAcrossDirectories) {
+    put(path("r1"), "one");
+    ASSERT_TRUE(kyOS::fileRename(name(path("r1")), name(path("r2"))).ok());
+    EXPECT_FALSE(there(path("r1")));
+    EXPECT_EQ(get(path("r2")), std::string("one"));
+
+    fs::create_directory(path("other"));
+    put(path("other/exists"), "old");
+    // Across directories: a move that overwrites.
+    ASSERT_TRUE(kyOS::fileRename(path("r2").c_str(), path("other/exists").c_str()).ok());
+    EXPECT_FALSE(there(path("r2")));
+    EXPECT_EQ(get(path("other/exists")), std::string("one"));
+}
+
+TEST_F(FileOpsTest, RenameErrorsByNumber) {
+    // 2: the message names the target.
+    const std::string target = path("target");
+    kyUtil::Error e = kyOS::fileRename(name(path("missing")), name(target));
+    EXPECT_EQ(e.code(), 6);
+    EXPECT_EQ(text(e), "File or path specified by " +
+                           std::string(name(target).name().asMultibyte()) + " name not found.");
+
+    // The source stays where it is when the target's directory is missing too.
+    put(path("stay"), "S");
+    e = kyOS::fileRename(name(path("stay")), name(path("stay2")));
+    EXPECT_TRUE(e.ok());
+}
+
+int renameFailsWith(int number, int* error) {
+    *error = number;
+    return -1;
+}
+
+template <int N>
+int renameFails(const std::wstring&, const std::wstring&, int* error) {
+    return renameFailsWith(N, error);
+}
+
+TEST_F(FileOpsTest, RenameMessagesForEachErrorNumber) {
+    put(path("a"), "A");
+    struct Case {
+        int (*call)(const std::wstring&, const std::wstring&, int*);
+        std::string message;
+    };
+    const Case cases[] = {
+        {renameFails<EACCES>, "A component of either path prefix deniessearch permission"},
+        {renameFails<EINVAL>, "source is a parent directory of target, or an attempt is made to "
+                              "rename the .  or ..  directory."},
+        {renameFails<EBUSY>, "Unkown system error."},
+        {renameFails<ENOSPC>, "Unkown system error."},
+    };
+    for (const Case& c : cases) {
+        fileCalls().rename = c.call;
+        const kyUtil::Error e = kyOS::fileRename(name(path("a")), name(path("b")));
+        EXPECT_EQ(e.code(), 6);
+        EXPECT_EQ(text(e), c.message);
+    }
+    EXPECT_EQ(get(path("a")), std::string("A"));
+}
+
+TEST_F(FileOpsTest, RenameRealErrors) {
+    if (filetest::onWindows()) {
+        GTEST_SKIP() << "the system's numbers for these cases are POSIX ones";
+    }
+    // Numbers without a text of their own: a directory onto a non-empty one.
+    fs::create_directories(path("full/x"));
+    fs::create_directory(path("empty"));
+    kyUtil::Error e = kyOS::fileRename(name(path("empty")), name(path("full")));
+    EXPECT_EQ(e.code(), 6);
+    EXPECT_EQ(text(e), "Unkown system error."); // ENOTEMPTY
+    // An over-long target name.
+    e = kyOS::fileRename(name(path("empty")), name(path(std::string(300, 'L'))));
+    EXPECT_EQ(e.code(), 6);
+    EXPECT_EQ(text(e), "Unkown system error."); // ENAMETOOLONG
+
+    if (!kytest::canDropPrivileges()) {
+        return;
+    }
+    // 13 for real: an unprivileged user renaming in root's directory.
+    put(path("mine"), "M");
+    const std::string from = path("mine");
+    const std::string to = path("yours");
+    const auto seen = kytest::runInChild(
+        [&] {
+            const kyUtil::Error r = kyOS::fileRename(name(from), name(to));
+            return std::to_string(r.code()) + "|" + text(r);
+        },
+        true);
+    ASSERT_TRUE(seen.has_value());
+    EXPECT_EQ(*seen, "6|A component of either path prefix deniessearch permission");
+    EXPECT_TRUE(there(from));
+}
+
+TEST_F(FileOpsTest, TemporaryNames) {
+    filetest::ScopedTempDirectory tmp(dir().string());
+    const kyOS::Filename tmpDir = kyOS::getTempDirectory();
+    EXPECT_EQ(tmpDir.name(), name(dir().string()).name());
+
+    const kyOS::Filename a = kyOS::createTmpFilename(kyString::IString(L"ma"));
+    const kyOS::Filename b = kyOS::createTmpFilename(kyString::IString(L"ma"));
+    EXPECT_NE(a.name(), b.name());
+    EXPECT_EQ(a.dirname(), tmpDir.name());
+    EXPECT_EQ(a.baseSuffix(), kyString::IString(L"ma"));
+    EXPECT_EQ(a.basename().str().compare(0, 3, L"KYT"), 0);
+    EXPECT_FALSE(kyOS::doesFileExist(a)); // only the name is kept
+    const kyOS::Filename c = kyOS::createTmpFilename(kyString::IString(), L"scene");
+    EXPECT_EQ(c.basename().str().compare(0, 3, L"sce"), 0);
+    EXPECT_TRUE(c.baseSuffix().isEmpty() || filetest::onWindows());
+    EXPECT_TRUE(fs::is_empty(dir()));
+
+    char narrow[1024];
+    ASSERT_TRUE(kyOS_GetTemporaryDirectory(narrow, sizeof narrow));
+    EXPECT_STREQ(narrow, tmpDir.name().asMultibyte());
+    EXPECT_FALSE(kyOS_GetTemporaryDirectory(narrow, 2)); // does not fit
+    wchar_t wideOut[1024];
+    ASSERT_TRUE(kyOS_GetTemporaryDirectoryW(wideOut, 1024));
+    EXPECT_EQ(std::wstring(wideOut), tmpDir.name().str());
+    ASSERT_TRUE(kyOS_CreateTemporaryFileName("txt", nullptr, narrow, sizeof narrow));
+    EXPECT_EQ(kyOS::Filename(kyString::IString(narrow)).baseSuffix(), kyString::IString(L"txt"));
+    ASSERT_TRUE(kyOS_CreateTemporaryFileNameW(nullptr, L"pre", wideOut, 1024));
+    EXPECT_EQ(kyOS::Filename(kyString::IString(wideOut)).basename().str().compare(0, 3, L"pre"), 0);
+}
+
+int noTempFile(const std::wstring&, const std::wstring&, std::wstring&, int* error) {
+    *error = ENOSPC;
+    return -1;
+}
+
+int emptyTempPath(std::wstring& out, int*) {
+    out.clear();
+    return 0;
+}
+
+TEST_F(FileOpsTest, TemporaryNamesWhenTheSystemCannotHelp) {
+    filetest::ScopedTempDirectory tmp(dir().string());
+    fileCalls().tempFile = noTempFile;
+    const kyOS::Filename a = kyOS::createTmpFilename(kyString::IString(L"x"), L"P");
+    const kyOS::Filename b = kyOS::createTmpFilename(kyString::IString(L"x"), L"P");
+    const std::wstring pid = std::to_wstring(fileCalls().processId());
+    EXPECT_EQ(a.basename().str().compare(0, 1 + pid.size() + 1, L"P" + pid + L"_"), 0);
+    EXPECT_NE(a.name(), b.name());
+    EXPECT_EQ(a.baseSuffix(), kyString::IString(L"x"));
+
+    fileCalls().tempPath = emptyTempPath;
+    EXPECT_EQ(kyOS::getTempDirectory().name(),
+              kyString::IString(filetest::onWindows() ? L"C:\\" : L"/tmp"));
+}
+
+TEST_F(FileOpsTest, NewFilenameVariants) {
+    put(path("shot.ma"), "");
+    put(path("shot_1.ma"), "");
+    EXPECT_EQ(kyOS::createNewFilenameVariant(name(path("shot.ma"))).name(),
+              name(path("shot_2.ma")).name());
+    EXPECT_EQ(kyOS::createNewFilenameVariant(name(path("shot.ma")), L"mb").name(),
+              name(path("shot_1.mb")).name());
+    EXPECT_EQ(
+        kyOS::createNewFilenameVariant(name(path("shot.ma")), nullptr, kyString::IString(L"-v"))
+            .name(),
+        name(path("shot-v1.ma")).name());
+    EXPECT_EQ(kyOS::createNewFilenameVariant(name(path("plain"))).name(),
+              name(path("plain_1")).name());
+}
+
+TEST_F(FileOpsTest, CleanupRemovesOnlyOldOwnFiles) {
+    const auto old = fs::file_time_type::clock::now() - std::chrono::hours(3);
+    for (const char* leaf : {"KYTMPab12", "scene.maXy.0.tmp", "scene.maXy.1.tmp", "keep.tmp",
+                             "KYTMPyoung", "mine.txt"}) {
+        put(path(leaf), "x");
+        if (std::string(leaf) != "KYTMPyoung") {
+            fs::last_write_time(path(leaf), old);
+        }
+    }
+    fs::create_directory(path("KYTMPdir"));
+    std::error_code ignored; // Wine will not date a directory back; it stays either way
+    fs::last_write_time(path("KYTMPdir"), old, ignored);
+    EXPECT_EQ(kyOS::cleanupTempDirectory(wide(dir().string())), 3);
+    EXPECT_FALSE(there(path("KYTMPab12")));
+    EXPECT_FALSE(there(path("scene.maXy.0.tmp")));
+    EXPECT_FALSE(there(path("scene.maXy.1.tmp")));
+    for (const char* leaf : {"keep.tmp", "KYTMPyoung", "mine.txt", "KYTMPdir"}) {
+        EXPECT_TRUE(there(path(leaf))) << leaf;
+    }
+    filetest::ScopedTempDirectory tmp(dir().string());
+    EXPECT_EQ(kyOS::cleanupTempDirectory(), 0);
+    EXPECT_EQ(kyOS::cleanupTempDirectory(wide(path("nowhere"))), 0);
+}
+
+int diskFreeFails(const std::wstring&, std::uint64_t*, std::uint64_t*, int* error) {
+    *error = fileCalls().notFoundError;
+    return -1;
+}
+
+TEST_F(FileOpsTest, FilesystemFiguresAreInKibibytes) {
+    kyOS::Filesystem f(wide(dir().string()));
+    EXPECT_EQ(f.filename(), wide(dir().string()));
+    ASSERT_TRUE(f.stat().ok());
+    EXPECT_EQ(f.blockSize(), 1024u);
+    EXPECT_GT(f.size(), 0u);
+    EXPECT_LE(f.avail(), f.size());
+    const fs::space_info space = fs::space(dir());
+    EXPECT_EQ(f.size(), space.capacity >> 10);
+    EXPECT_FALSE(f.isRemote());
+
+    kyOS::Filesystem empty((kyString::IString()));
+    const kyUtil::Error invalid = empty.stat();
+    EXPECT_TRUE(invalid.failed());
+    EXPECT_EQ(text(invalid), "Filesystem::stat(): invalid path \n");
+
+    fileCalls().diskFree = diskFreeFails;
+    kyOS::Filesystem g(wide(path("file.txt")));
+    const kyUtil::Error e = g.stat();
+    EXPECT_EQ(e.code(), 1);
+    const std::string dirText = std::string(name(dir().string()).name().asMultibyte()) +
+                                (filetest::onWindows() ? "\\" : "/");
+    EXPECT_EQ(text(e),
+              "Filesystem::stat(): GetDiskFreeSpaceEx(" + dirText + ") failed: " +
+                  std::string(kyString::IString(
+                                  fileCalls().systemErrorText(fileCalls().notFoundError).c_str())
+                                  .asMultibyte()));
+}
+
+} // namespace

@@ -1,0 +1,409 @@
+// FileTest.cpp - kyOS::File on the local disk, its status record and its error table.
+#include "FileTestSupport.h"
+
+#include <Base/OS/kyOSFile.h>
+
+#include <kyTestProcess.h>
+#include <kyTestSupport.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+using filetest::get;
+using filetest::name;
+using filetest::put;
+using filetest::text;
+using filetest::there;
+using filetest::wide;
+
+namespace {
+
+TEST(FileErrors, TableHoldsTheNineteenTexts) {
+    const char* const expected[] = {"Not Implemented",
+                                    "File Exists",
+                                    "End Of File",
+                                    "An I/O problem has occurred",
+                                    "No write permission",
+                                    "No read permission",
+                                    "No Overwrite permission",
+                                    "File is not open",
+                                    "File is open",
+                                    "Resource is not a directory",
+                                    "Resource is not a file",
+                                    "The path is too long",
+                                    "The directory is not empty",
+                                    "ErrSyscall",
+                                    "The URL is invalid",
+                                    "Permission Denied",
+                                    "Authentication Failed",
+                                    "File does not exist",
+                                    "Cannot become the parent of a root directory"};
+    for (int code = 1; code <= 19; ++code) {
+        SCOPED_TRACE(code);
+        EXPECT_STREQ(kyOS::File::ErrMsgs[code - 1], expected[code - 1]);
+        const kyUtil::Error e = kyOS::File::getError(code);
+        EXPECT_EQ(e.code(), code);
+        EXPECT_EQ(text(e), expected[code - 1]);
+    }
+    EXPECT_TRUE(kyOS::File::getError(0).ok());
+    EXPECT_EQ(kyOS::File::getError(20).code(), 20);
+    EXPECT_EQ(kyOS::File::getError(-1).code(), -1);
+}
+
+TEST(FileStatus, StartsEmptyAndResets) {
+    kyOS::FileStatus s;
+    EXPECT_FALSE(s.exists() || s.isReadable() || s.isWritable() || s.isDirectory() || s.isFile() ||
+                 s.isRemote() || s.isCheckedout());
+    EXPECT_EQ(s.getSize(), 0);
+    EXPECT_EQ(s.getCreationDate(), 0);
+    EXPECT_EQ(s.getLastModifiedDate(), 0);
+    EXPECT_TRUE(s.getOwner().isEmpty());
+
+    s.setExists(true);
+    s.setIsFile(true);
+    s.setSize(int64_t{5} << 32); // beyond 32 bits
+    s.setOwner(kyString::CString("alice"));
+    kyOS::FileStatus copy(s);
+    EXPECT_TRUE(copy.exists() && copy.isFile());
+    EXPECT_EQ(copy.getSize(), int64_t{5} << 32);
+    EXPECT_STREQ(copy.getOwner().asChar(), "alice");
+    s.reset();
+    EXPECT_FALSE(s.exists());
+    EXPECT_EQ(s.getSize(), 0);
+    EXPECT_TRUE(s.getOwner().isEmpty());
+    EXPECT_TRUE(copy.exists()); // copies share nothing
+}
+
+class FileTest : public kytest::TempDirTest {};
+
+TEST_F(FileTest, WritesReadsSeeksAndTells) {
+    kyOS::File f(name(path("a.bin")));
+    ASSERT_TRUE(f.isValid());
+    EXPECT_EQ(f.transportId(), kyString::IString(L"file"));
+    ASSERT_TRUE(f.open(kyOS::kReadWrite | kyOS::kCreate).ok());
+    EXPECT_TRUE(f.isOpen());
+    std::size_t put = 0;
+    ASSERT_TRUE(f.write("hello world", 11, &put).ok());
+    EXPECT_EQ(put, 11u);
+    int64_t at = -1;
+    ASSERT_TRUE(f.tell(&at).ok());
+    EXPECT_EQ(at, 11);
+    ASSERT_TRUE(f.seek(6, kyOS::kSeekSet).ok());
+    char buffer[16] = {};
+    std::size_t got = 0;
+    ASSERT_TRUE(f.read(buffer, sizeof buffer, &got).ok());
+    EXPECT_EQ(got, 5u); // short only at the end
+    EXPECT_EQ(std::string(buffer, got), "world");
+    const kyUtil::Error eof = f.read(buffer, sizeof buffer, &got);
+    EXPECT_EQ(eof.code(), 3);
+    EXPECT_EQ(got, 0u);
+    ASSERT_TRUE(f.seek(-5, kyOS::kSeekEnd).ok());
+    ASSERT_TRUE(f.read(buffer, 2, &got).ok());
+    EXPECT_EQ(std::string(buffer, got), "wo");
+    ASSERT_TRUE(f.sync().ok());
+    ASSERT_TRUE(f.close().ok());
+    EXPECT_FALSE(f.isOpen());
+    EXPECT_EQ(get(path("a.bin")), std::string("hello world"));
+}
+
+TEST_F(FileTest, OpenModes) {
+    put(path("old"), "0123456789");
+    {
+        kyOS::File f(name(path("old")));
+        ASSERT_TRUE(f.open(kyOS::kWrite).ok()); // neither truncates nor appends
+        ASSERT_TRUE(f.write("ab", 2, nullptr).ok());
+        ASSERT_TRUE(f.close().ok());
+    }
+    EXPECT_EQ(get(path("old")), std::string("ab23456789"));
+    {
+        kyOS::File f(name(path("old")));
+        ASSERT_TRUE(f.open(kyOS::kAppend).ok());
+        ASSERT_TRUE(f.write("XY", 2, nullptr).ok());
+        ASSERT_TRUE(f.close().ok());
+    }
+    EXPECT_EQ(get(path("old")), std::string("ab23456789XY"));
+    {
+        kyOS::File f(name(path("old")));
+        ASSERT_TRUE(f.open(kyOS::kWrite | kyOS::kTruncate).ok());
+        ASSERT_TRUE(f.close().ok());
+    }
+    EXPECT_EQ(get(path("old")), std::string());
+}
+
+TEST_F(FileTest, OpenErrorsCarryTheTableCodes) {
+    put(path("plain"), "x");
+    ASSERT_TRUE(kyOS::File(name(path("dir"))).makeDirectory().ok());
+    struct Case {
+        std::string file;
+        int mode;
+        int code;
+    };
+    const std::vector<Case> cases = {
+        {"missing", kyOS::kRead, 18},
+        {"missing", kyOS::kWrite, 18},
+        {"plain", kyOS::kWrite | kyOS::kCreate | kyOS::kExclusive, 2},
+        {"dir", kyOS::kRead, 11},
+        {"plain", 0, 1}, // neither reading nor writing
+        {"nowhere/x", kyOS::kWrite | kyOS::kCreate, 18},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.file + " mode " + std::to_string(c.mode));
+        kyOS::File f(name(path(c.file)));
+        const kyUtil::Error e = f.open(c.mode);
+        EXPECT_EQ(e.code(), c.code) << text(e);
+        EXPECT_FALSE(f.isOpen());
+    }
+    // A path through a plain file.
+    kyOS::File through(name(path("plain") + "/inner"));
+    const kyUtil::Error e = through.open(kyOS::kRead);
+    EXPECT_EQ(e.code(), filetest::onWindows() ? 18 : 10) << text(e);
+    // An over-long name is refused before the system is asked.
+    kyOS::File longName(name(path(std::string(kyOS::Filename::maxLength() + 1, 'n'))));
+    EXPECT_EQ(longName.open(kyOS::kRead).code(), 12);
+    EXPECT_EQ(longName.makeDirectory().code(), 12);
+}
+
+TEST_F(FileTest, OperationsOnTheWrongStateFail) {
+    kyOS::File f(name(path("s")));
+    char c = 0;
+    std::size_t n = 7;
+    EXPECT_EQ(f.read(&c, 1, &n).code(), 8);
+    EXPECT_EQ(n, 0u);
+    EXPECT_EQ(f.write("x", 1, nullptr).code(), 8);
+    EXPECT_EQ(f.close().code(), 8);
+    EXPECT_EQ(f.seek(0, kyOS::kSeekSet).code(), 8);
+    ASSERT_TRUE(f.open(kyOS::kWrite | kyOS::kCreate).ok());
+    EXPECT_EQ(f.open(kyOS::kRead).code(), 9);
+    EXPECT_EQ(f.read(&c, 1, &n).code(), 6); // opened for writing only
+    EXPECT_EQ(f.deleteSelf().code(), 9);
+    ASSERT_TRUE(f.close().ok());
+    ASSERT_TRUE(f.open(kyOS::kRead).ok());
+    EXPECT_EQ(f.write("x", 1, nullptr).code(), 5);
+    // An empty read is no read at all.
+    EXPECT_TRUE(f.read(&c, 0, &n).ok());
+    ASSERT_TRUE(f.close().ok());
+
+    kyOS::File none(static_cast<kyOS::FileTransport*>(nullptr));
+    EXPECT_FALSE(none.isValid());
+    EXPECT_EQ(none.open(kyOS::kRead).code(), 1);
+    kyOS::FileStatus status;
+    EXPECT_EQ(none.query(status, false).code(), 1);
+}
+
+TEST_F(FileTest, DestructorClosesAnOpenFile) {
+    {
+        kyOS::File f(name(path("d")));
+        ASSERT_TRUE(f.open(kyOS::kWrite | kyOS::kCreate).ok());
+        ASSERT_TRUE(f.write("kept", 4, nullptr).ok());
+    }
+    EXPECT_EQ(get(path("d")), std::string("kept"));
+    EXPECT_TRUE(kyOS::File(name(path("d"))).deleteSelf().ok()); // nothing holds it
+}
+
+TEST_F(FileTest, DirectoriesAreMadeListedAndDeleted) {
+    kyOS::File deep(name(path("a/b/c")));
+    EXPECT_EQ(deep.makeDirectory().code(), 18); // parents missing
+    ASSERT_TRUE(deep.makeDirectoryAll().ok());
+    EXPECT_TRUE(deep.isDirectory());
+    EXPECT_TRUE(deep.makeDirectoryAll().ok()); // already there
+    EXPECT_EQ(deep.makeDirectory().code(), 2);
+    put(path("a/f1"), "1");
+    put(path("a/b/f2"), "22");
+
+    ky::vector<kyString::IString> names;
+    kyOS::File a(name(path("a")));
+    ASSERT_TRUE(a.readDir(names, false).ok());
+    std::vector<std::wstring> got;
+    for (const kyString::IString& n : names) {
+        got.push_back(n.str());
+    }
+    std::sort(got.begin(), got.end());
+    EXPECT_EQ(got, (std::vector<std::wstring>{L"b", L"f1"}));
+    ASSERT_TRUE(a.readDir(names, true).ok());
+    ASSERT_EQ(names.size(), 2u);
+    for (const kyString::IString& n : names) {
+        EXPECT_EQ(kyOS::Filename(n).dirname(), name(path("a")).name());
+    }
+
+    kyOS::File file(name(path("a/f1")));
+    EXPECT_EQ(file.readDir(names, false).code(), 10);
+    EXPECT_EQ(kyOS::File(name(path("zz"))).readDir(names, false).code(), 18);
+    put(path("a/blocker"), "");
+    EXPECT_EQ(kyOS::File(name(path("a/blocker/x"))).makeDirectoryAll().code(), 10);
+
+    EXPECT_EQ(a.deleteSelf().code(), 13);
+    EXPECT_TRUE(there(path("a/b/f2")));
+    ASSERT_TRUE(a.deleteSelf(kyOS::kDeleteRecursive).ok());
+    EXPECT_FALSE(there(path("a")));
+    EXPECT_EQ(a.deleteSelf().code(), 18);
+}
+
+TEST_F(FileTest, TempFilesAndDirectoriesLandInTheTemporaryDirectory) {
+    filetest::ScopedTempDirectory tmp(dir().string());
+    kyOS::File f(name(path("ignored")));
+    ASSERT_TRUE(f.openTemp(kyOS::kReadWrite).ok());
+    const kyOS::Filename made(f.getFullName());
+    EXPECT_EQ(made.dirname(), name(dir().string()).name());
+    ASSERT_TRUE(f.write("t", 1, nullptr).ok());
+    ASSERT_TRUE(f.close().ok());
+    EXPECT_EQ(get(made.name().asMultibyte()), std::string("t"));
+
+    kyOS::File d(name(path("ignored2")));
+    ASSERT_TRUE(d.makeTempDirectory().ok());
+    EXPECT_TRUE(d.isDirectory());
+    EXPECT_EQ(kyOS::Filename(d.getFullName()).dirname(), name(dir().string()).name());
+}
+
+TEST_F(FileTest, CopyToAndMoveTo) {
+    put(path("src"), "payload");
+    kyOS::File src(name(path("src")));
+    kyOS::File copy(name(path("copy")));
+    ASSERT_TRUE(src.copyTo(copy).ok());
+    EXPECT_EQ(get(path("copy")), std::string("payload"));
+    kyOS::File moved(name(path("moved")));
+    ASSERT_TRUE(copy.moveTo(moved).ok());
+    EXPECT_FALSE(there(path("copy")));
+    EXPECT_EQ(get(path("moved")), std::string("payload"));
+    kyOS::File missing(name(path("missing")));
+    EXPECT_EQ(missing.copyTo(copy).code(), 18);
+    EXPECT_EQ(missing.moveTo(copy).code(), 18);
+}
+
+TEST_F(FileTest, NamesOfTheFile) {
+    kyOS::File f(name(path("shot.v2.ma")));
+    EXPECT_EQ(f.getNameTitle(), kyString::IString(L"shot.v2.ma"));
+    EXPECT_EQ(f.getNameBase(), kyString::IString(L"shot.v2"));
+    EXPECT_EQ(f.getSeparator(), kyOS::Filename::separator());
+    EXPECT_EQ(f.getFullName(), name(path("shot.v2.ma")).name());
+}
+
+TEST_F(FileTest, QueryFillsTheStatus) {
+    put(path("five"), "12345");
+    ASSERT_TRUE(kyOS::File(name(path("sub"))).makeDirectory().ok());
+    kyOS::FileStatus s;
+    ASSERT_TRUE(kyOS::File::query(name(path("five")), s).ok());
+    EXPECT_TRUE(s.exists() && s.isFile() && s.isReadable() && s.isWritable());
+    EXPECT_FALSE(s.isDirectory());
+    EXPECT_FALSE(s.isRemote());
+    EXPECT_EQ(s.getSize(), 5);
+    EXPECT_GT(s.getLastModifiedDate(), 1500000000); // after 2017
+    EXPECT_GT(s.getCreationDate(), 0);
+    EXPECT_TRUE(s.getOwner().isEmpty()); // names only when asked for
+
+    ASSERT_TRUE(kyOS::File::query(wide(path("sub")), s).ok());
+    EXPECT_TRUE(s.exists() && s.isDirectory());
+    EXPECT_FALSE(s.isFile());
+
+    // Missing names are an answer, not a failure; so is a plain file in the way.
+    ASSERT_TRUE(kyOS::File::query(name(path("nothing")), s).ok());
+    EXPECT_FALSE(s.exists());
+    ASSERT_TRUE(kyOS::File::query(name(path("five") + "/x"), s).ok());
+    EXPECT_FALSE(s.exists());
+    ASSERT_TRUE(kyOS::File::query(kyOS::Filename(), s).ok());
+    EXPECT_FALSE(s.exists());
+    EXPECT_EQ(kyOS::File::query(name(path(std::string(5000, 'q'))), s).code(), 12);
+
+    EXPECT_TRUE(kyOS::doesFileExist(name(path("five"))));
+    EXPECT_FALSE(kyOS::doesFileExist(name(path("nothing"))));
+    EXPECT_TRUE(kyOS::isFileWritable(name(path("five"))));
+    EXPECT_FALSE(kyOS::isFileWritable(name(path("nothing"))));
+}
+
+TEST_F(FileTest, QueryWithOwnerNamesTheAccount) {
+    put(path("owned"), "o");
+    kyOS::File f(name(path("owned")));
+    kyOS::FileStatus s;
+    ASSERT_TRUE(f.query(s, true).ok());
+    EXPECT_TRUE(s.exists());
+    if (filetest::onWindows()) {
+        GTEST_SKIP() << "account names under Wine are the emulator's own";
+    }
+    EXPECT_FALSE(s.getOwner().isEmpty());
+    EXPECT_FALSE(s.getGroup().isEmpty());
+    if (kytest::canDropPrivileges()) {
+        EXPECT_STREQ(s.getOwner().asChar(), "root");
+    }
+}
+
+TEST_F(FileTest, SizesBeyondFourGigabytes) {
+    if (filetest::onWindows()) {
+        GTEST_SKIP() << "a sparse file of 5 GiB is not sparse everywhere under Wine";
+    }
+    kyOS::File f(name(path("big")));
+    ASSERT_TRUE(f.open(kyOS::kWrite | kyOS::kCreate).ok());
+    const int64_t size = (int64_t{5} << 30) + 1;
+    ASSERT_TRUE(f.seek(size - 1, kyOS::kSeekSet).ok());
+    ASSERT_TRUE(f.write("z", 1, nullptr).ok());
+    ASSERT_TRUE(f.close().ok());
+    kyOS::FileStatus s;
+    ASSERT_TRUE(kyOS::File::query(name(path("big")), s).ok());
+    EXPECT_EQ(s.getSize(), size);
+}
+
+TEST_F(FileTest, PermissionsSeenByAnUnprivilegedUser) {
+    if (!kytest::canDropPrivileges()) {
+        GTEST_SKIP() << "needs a POSIX system and root, to check as another user";
+    }
+    put(path("rootonly"), "secret");
+    std::filesystem::permissions(path("rootonly"), std::filesystem::perms::owner_read |
+                                                       std::filesystem::perms::owner_write);
+    const std::string file = path("rootonly");
+    const auto seen = kytest::runInChild(
+        [&] {
+            kyOS::FileStatus s;
+            const kyUtil::Error q = kyOS::File::query(name(file), s);
+            kyOS::File f(name(file));
+            const kyUtil::Error r = f.open(kyOS::kRead);
+            kyOS::File w(name(file));
+            const kyUtil::Error wr = w.open(kyOS::kWrite);
+            kyOS::File created(name(file + ".new"));
+            const kyUtil::Error c = created.open(kyOS::kWrite | kyOS::kCreate);
+            return std::to_string(q.code()) + " " + std::to_string(s.exists()) +
+                   std::to_string(s.isReadable()) + std::to_string(s.isWritable()) + " " +
+                   std::to_string(r.code()) + " " + std::to_string(wr.code()) + " " +
+                   std::to_string(c.code());
+        },
+        true);
+    ASSERT_TRUE(seen.has_value());
+    // Exists, neither readable nor writable; reading refused (6), writing refused (5), and
+    // the directory refuses a new file (5).
+    EXPECT_EQ(*seen, "0 100 6 5 5");
+}
+
+TEST_F(FileTest, CEntryPoints) {
+    put(path("c.txt"), "HEADERbody");
+    ASSERT_TRUE(kyOS::File(name(path("cdir"))).makeDirectory().ok());
+    EXPECT_TRUE(kyOS_DoesFileExist(path("c.txt").c_str()));
+    EXPECT_TRUE(kyOS_DoesFileExistW(wide(path("c.txt")).asWChar()));
+    EXPECT_FALSE(kyOS_DoesFileExist(path("none").c_str()));
+    EXPECT_FALSE(kyOS_DoesFileExist(nullptr));
+    EXPECT_TRUE(kyOS_DoesDirectoryExist(path("cdir").c_str()));
+    EXPECT_TRUE(kyOS_DoesDirectoryExist(path("c.txt").c_str())); // kept: a file answers true
+    EXPECT_FALSE(kyOS_DoesDirectoryExist(path("none").c_str()));
+    EXPECT_TRUE(kyOS_IsFileWriteable(path("c.txt").c_str()));
+    EXPECT_TRUE(kyOS_IsFileWriteableW(wide(path("c.txt")).asWChar()));
+    EXPECT_FALSE(kyOS_IsFileWriteable(path("none").c_str()));
+
+    char header[6] = {};
+    EXPECT_EQ(kyOS_ReadHeaderFromFile(path("c.txt").c_str(), header, sizeof header), 6);
+    EXPECT_EQ(std::string(header, 6), "HEADER");
+    char all[64] = {};
+    EXPECT_EQ(kyOS_ReadHeaderFromFileW(wide(path("c.txt")).asWChar(), all, sizeof all), 10);
+    EXPECT_EQ(kyOS_ReadHeaderFromFile(path("none").c_str(), all, sizeof all), -1);
+    EXPECT_EQ(kyOS_ReadHeaderFromFile(path("cdir").c_str(), all, sizeof all), -1);
+    put(path("empty"), "");
+    EXPECT_EQ(kyOS_ReadHeaderFromFile(path("empty").c_str(), all, sizeof all), 0);
+
+    EXPECT_TRUE(kyOS_CopyFileTo(path("c.txt").c_str(), path("c2.txt").c_str(), false));
+    EXPECT_FALSE(kyOS_CopyFileTo(path("c.txt").c_str(), path("c2.txt").c_str(), false));
+    EXPECT_TRUE(
+        kyOS_CopyFileToW(wide(path("c.txt")).asWChar(), wide(path("c2.txt")).asWChar(), true));
+    EXPECT_EQ(get(path("c2.txt")), std::string("HEADERbody"));
+}
+
+} // namespace
