@@ -1,0 +1,675 @@
+// FaultInjectionTest.cpp - whole-file operations and protected writes with a failure, a short
+// transfer or a crash injected at every system call they make.
+//
+// Each operation first runs with a counting hook to learn its N calls; then, for every K in
+// 1..N and every fault, it runs again from the same files and the outcome is checked:
+//  - a reported success means the complete expected result (failures are never swallowed);
+//  - an interruption (EINTR) once, and short transfers, are absorbed: the operation succeeds;
+//  - the original data survives: the source of a copy, the old content of a protected write
+//    (under the main name, or only when the main name is empty, at the backup name);
+//  - after a single failure nothing is left behind (the working directories and the private
+//    temporary directory hold exactly what they should) and no descriptor stays open.
+// When every call from K on fails, or the process "dies" at K, cleanup cannot run: then only
+// the data is checked, and any leftover must carry a name this test or the library made for
+// the operation.
+#include <Base/OS/kyOSFile.h>
+#include <Base/OS/kyOSProtectedWrite.h>
+
+#include "FaultInjector.h"
+#include <kyTestSupport.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <iterator>
+#include <memory>
+#include <random>
+#include <set>
+#include <sstream>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using kytest::FaultInjector;
+using Mode = FaultInjector::Mode;
+using kyOS::detail::FileCall;
+
+// ---------------------------------------------------------------------------------------------
+// Files, seen without the library so that the checks do not pass through the hook
+
+std::string pattern(char tag, std::size_t size) {
+    std::mt19937 bits(static_cast<unsigned char>(tag));
+    std::string s(size, '\0');
+    for (char& c : s) {
+        c = static_cast<char>(bits() & 0xFF);
+    }
+    return s;
+}
+
+void writeBytes(const fs::path& path, const std::string& bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    ASSERT_TRUE(out.good()) << path;
+}
+
+// False when the file is missing.
+bool readBytes(const fs::path& path, std::string* bytes) {
+    std::error_code ec;
+    if (!fs::is_regular_file(path, ec)) {
+        return false;
+    }
+    std::ifstream in(path, std::ios::binary);
+    bytes->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return true;
+}
+
+std::set<std::string> namesIn(const fs::path& dir) {
+    std::set<std::string> names;
+    std::error_code ec;
+    for (fs::directory_iterator it(dir, ec), end; !ec && it != end; it.increment(ec)) {
+        names.insert(it->path().filename().string());
+    }
+    return names;
+}
+
+bool startsWith(const std::string& s, const std::string& head) {
+    return s.compare(0, head.size(), head) == 0;
+}
+
+// Open descriptors of this process, or -1 where the system does not list them.
+int openDescriptors() {
+#ifdef __linux__
+    int n = 0;
+    std::error_code ec;
+    for (fs::directory_iterator it("/proc/self/fd", ec), end; !ec && it != end; it.increment(ec)) {
+        ++n;
+    }
+    return ec ? -1 : n;
+#else
+    return -1;
+#endif
+}
+
+kyOS::Filename nameOf(const fs::path& path) {
+    return kyOS::Filename(kyString::IString(path.wstring().c_str()));
+}
+
+fs::path pathOf(const kyOS::Filename& name) {
+    return fs::path(name.name().str());
+}
+
+// Where the library puts temporary files when the system will not say (its fallback).
+fs::path fallbackTempDirectory() {
+#ifdef _WIN32
+    return fs::path("C:\\");
+#else
+    return fs::path("/tmp");
+#endif
+}
+
+// ---------------------------------------------------------------------------------------------
+// Faults
+
+struct Scenario {
+    enum Kind { kFail, kShort, kCrash };
+    Kind kind;
+    int error;
+    Mode mode;
+    std::size_t limit;
+
+    // Interruptions once and short transfers must not be visible to the caller.
+    bool mustSucceed() const {
+        return kind == kShort || (kind == kFail && error == EINTR && mode == Mode::kOnce);
+    }
+    // Nothing can be cleaned up after K: leftovers are allowed, the data is still checked.
+    bool persistent() const { return kind == kCrash || mode == Mode::kFromThenOn; }
+
+    std::string label() const {
+        const std::string when = mode == Mode::kOnce ? "once" : "from then on";
+        switch (kind) {
+        case kFail:
+            return std::string(error == ENOSPC ? "ENOSPC"
+                               : error == EIO  ? "EIO"
+                                               : "EINTR") +
+                   " " + when;
+        case kShort:
+            return "short(" + std::to_string(limit) + ") " + when;
+        case kCrash:
+            return "crash";
+        }
+        return "?";
+    }
+
+    void arm(FaultInjector& injector, std::size_t k) const {
+        switch (kind) {
+        case kFail:
+            injector.failAt(k, error, mode);
+            break;
+        case kShort:
+            injector.shortenAt(k, limit, mode);
+            break;
+        case kCrash:
+            injector.crashAt(k);
+            break;
+        }
+    }
+};
+
+std::vector<Scenario> allScenarios() {
+    std::vector<Scenario> all;
+    for (Mode mode : {Mode::kOnce, Mode::kFromThenOn}) {
+        for (int error : {ENOSPC, EIO, EINTR}) {
+            all.push_back({Scenario::kFail, error, mode, 0});
+        }
+    }
+    // One byte at a time is the harshest short count; 777 keeps the persistent case quick
+    // and never aligned with the callers' block sizes.
+    all.push_back({Scenario::kShort, 0, Mode::kOnce, 1});
+    all.push_back({Scenario::kShort, 0, Mode::kFromThenOn, 777});
+    all.push_back({Scenario::kCrash, 0, Mode::kFromThenOn, 0});
+    return all;
+}
+
+// What an operation reported.
+struct Outcome {
+    bool ok = false;
+    int code = 0;
+    std::string message;
+};
+
+Outcome outcomeOf(const kyUtil::Error& e) {
+    Outcome o;
+    o.ok = e.ok();
+    o.code = e.code();
+    o.message = e.message();
+    return o;
+}
+
+// What a check is told about the run it judges.
+struct Attempt {
+    const Scenario* scenario; // null for the run without faults
+    std::size_t k;
+    FileCall call; // the call at K in the run without faults
+    Outcome outcome;
+
+    bool persistent() const { return scenario != nullptr && scenario->persistent(); }
+    bool faultAt(FileCall c) const { return scenario != nullptr && call == c; }
+};
+
+// Collects what is wrong with one run.
+class Problems {
+public:
+    void add(const std::string& what) { text_ += (text_.empty() ? "" : "; ") + what; }
+    void check(bool condition, const std::string& what) {
+        if (!condition) {
+            add(what);
+        }
+    }
+    bool empty() const { return text_.empty(); }
+    const std::string& text() const { return text_; }
+
+private:
+    std::string text_;
+};
+
+// ---------------------------------------------------------------------------------------------
+// The fixture: three private directories, the temporary directory among them
+
+class FaultInjectionTest : public kytest::TempDirTest {
+protected:
+    void SetUp() override {
+        TempDirTest::SetUp();
+        work_ = dir() / "work";
+        other_ = dir() / "other";
+        tmp_ = dir() / "tmp";
+        for (const fs::path& d : {work_, other_, tmp_}) {
+            fs::create_directories(d);
+        }
+        const std::string tmp = tmp_.string();
+        // $TMPDIR on POSIX systems, TMP (then TEMP) on Windows.
+        for (const char* var : {"TMPDIR", "TMP", "TEMP"}) {
+            env_.push_back(std::make_unique<kytest::ScopedEnv>(var, tmp.c_str()));
+        }
+        env_.push_back(
+            std::make_unique<kytest::ScopedEnv>("VELTO_PROTECTED_WRITE_USE_COPY", nullptr));
+        // Every name this test makes, and so every name the library derives from them,
+        // starts with this: leftovers in a shared directory are recognisable as ours.
+        std::random_device entropy;
+        token_ = "kyF" + std::to_string(entropy() % 1000000u) + "-";
+    }
+
+    void TearDown() override {
+        removeOurs(fallbackTempDirectory());
+        env_.clear();
+        TempDirTest::TearDown();
+    }
+
+    // Windows keeps only the first three characters of a prefix in its unique names.
+    bool ours(const std::string& name) const {
+#ifdef _WIN32
+        return startsWith(name, token_.substr(0, 3));
+#else
+        return startsWith(name, token_);
+#endif
+    }
+
+    fs::path work(const std::string& leaf) const {
+        return work_ / (token_ + leaf);
+    }
+    fs::path other(const std::string& leaf) const {
+        return other_ / (token_ + leaf);
+    }
+
+    // Empties the three directories and our names in the fallback directory.
+    void clean() {
+        for (const fs::path& d : {work_, other_, tmp_}) {
+            for (const std::string& name : namesIn(d)) {
+                std::error_code ec;
+                fs::remove_all(d / name, ec);
+            }
+        }
+        removeOurs(fallbackTempDirectory());
+    }
+
+    void removeOurs(const fs::path& d) {
+        for (const std::string& name : namesIn(d)) {
+            if (ours(name)) {
+                std::error_code ec;
+                fs::remove(d / name, ec);
+            }
+        }
+    }
+
+    // Every entry of `d` must be in `allowed`; with `persistent`, any name of ours is allowed.
+    void expectOnly(Problems& p, const fs::path& d, const std::set<std::string>& allowed,
+                    bool persistent) const {
+        for (const std::string& name : namesIn(d)) {
+            if (allowed.count(name) == 0 && !(persistent && ours(name))) {
+                p.add("left behind: " + (d / name).string());
+            }
+        }
+    }
+
+    void expectNoTemporaries(Problems& p, bool persistent) const {
+        expectOnly(p, tmp_, {}, persistent);
+        // Others use the fallback directory too: only our names count there.
+        const fs::path fallback = fallbackTempDirectory();
+        for (const std::string& name : namesIn(fallback)) {
+            if (ours(name) && !persistent) {
+                p.add("left behind: " + (fallback / name).string());
+            }
+        }
+    }
+
+    // Runs `op` without faults and then under every scenario at every call index. `setup`
+    // makes the starting files; `check` judges a run.
+    void sweep(const std::string& what, const std::function<void()>& setup,
+               const std::function<Outcome()>& op,
+               const std::function<void(const Attempt&, Problems&)>& check) {
+        FaultInjector injector;
+        clean();
+        setup();
+        injector.countOnly();
+        const int descriptors = openDescriptors();
+        Attempt plain{nullptr, 0, FileCall::kCount, op()};
+        const std::vector<FileCall> calls = injector.log();
+        const std::string callList = injector.describe();
+        ASSERT_TRUE(plain.outcome.ok) << what << " fails without faults: " << plain.outcome.message;
+        {
+            Problems p;
+            check(plain, p);
+            ASSERT_TRUE(p.empty()) << what << " without faults: " << p.text();
+        }
+        ASSERT_EQ(openDescriptors(), descriptors);
+        ASSERT_GT(calls.size(), 0u);
+
+        int runs = 0;
+        int reportedFailures = 0;
+        for (const Scenario& s : allScenarios()) {
+            for (std::size_t k = 1; k <= calls.size(); ++k) {
+                if (s.kind == Scenario::kShort && !FaultInjector::isTransfer(calls[k - 1])) {
+                    continue; // a short count changes nothing else: the plain run again
+                }
+                clean();
+                setup();
+                const int before = openDescriptors();
+                s.arm(injector, k);
+                Attempt run{&s, k, calls[k - 1], op()};
+                injector.countOnly();
+                ++runs;
+                reportedFailures += run.outcome.ok ? 0 : 1;
+                Problems p;
+                if (s.mustSucceed()) {
+                    p.check(run.outcome.ok, "not absorbed: " + run.outcome.message);
+                }
+                check(run, p);
+                p.check(openDescriptors() == before, "a descriptor was left open");
+                if (!p.empty()) {
+                    ADD_FAILURE() << what << ", " << s.label() << " at call " << k << " ("
+                                  << FaultInjector::name(calls[k - 1]) << "): " << p.text()
+                                  << "\n  reported: " << (run.outcome.ok ? "success" : "failure ")
+                                  << run.outcome.message << "\n  calls: " << callList;
+                    break; // the first failing K of a fault says enough
+                }
+            }
+        }
+        // The faults did reach the operation: some runs must have failed visibly.
+        EXPECT_GT(reportedFailures, 0) << what;
+        std::printf("[ faults   ] %s: %zu calls, %d faulted runs, %d reported a failure\n",
+                    what.c_str(), calls.size(), runs, reportedFailures);
+    }
+
+    fs::path work_;
+    fs::path other_;
+    fs::path tmp_;
+    std::string token_;
+    std::vector<std::unique_ptr<kytest::ScopedEnv>> env_;
+};
+
+const std::string kOld = pattern('A', 5000);
+const std::string kNew = pattern('B', 7001);
+
+// ---------------------------------------------------------------------------------------------
+// Copy, move, rename
+
+TEST_F(FaultInjectionTest, CopyToANewName) {
+    const fs::path from = work("source.bin");
+    const fs::path to = other("copy.bin");
+    sweep(
+        "fileCopy", [&] { writeBytes(from, kOld); },
+        [&] { return outcomeOf(kyOS::fileCopy(nameOf(from), nameOf(to), false)); },
+        [&](const Attempt& run, Problems& p) {
+            std::string source;
+            std::string target;
+            p.check(readBytes(from, &source) && source == kOld, "the source changed");
+            const bool hasTarget = readBytes(to, &target);
+            if (run.outcome.ok) {
+                p.check(hasTarget && target == kOld, "success without a complete copy");
+            } else {
+                p.check(run.outcome.code >= 1 && run.outcome.code <= 3, "unexpected code");
+                p.check(startsWith(run.outcome.message, "Error copying "), "unexpected message");
+                p.check(run.persistent() || !hasTarget, "a failed copy left its target");
+            }
+            expectOnly(p, work_, {from.filename().string()}, run.persistent());
+            expectOnly(p, other_,
+                       run.outcome.ok ? std::set<std::string>{to.filename().string()}
+                                      : std::set<std::string>{},
+                       run.persistent());
+            expectNoTemporaries(p, run.persistent());
+        });
+}
+
+TEST_F(FaultInjectionTest, CopyOverAnExistingFile) {
+    const fs::path from = work("source.bin");
+    const fs::path to = work("target.bin");
+    sweep(
+        "fileCopy (overwrite)",
+        [&] {
+            writeBytes(from, kOld);
+            writeBytes(to, kNew);
+        },
+        [&] { return outcomeOf(kyOS::fileCopy(nameOf(from), nameOf(to), true)); },
+        [&](const Attempt& run, Problems& p) {
+            std::string source;
+            std::string target;
+            p.check(readBytes(from, &source) && source == kOld, "the source changed");
+            const bool hasTarget = readBytes(to, &target);
+            if (run.outcome.ok) {
+                p.check(hasTarget && target == kOld, "success without a complete copy");
+            } else if (!run.persistent()) {
+                // The old target may be gone (it was being replaced), never half-replaced.
+                p.check(!hasTarget || target == kNew, "a failed copy left a partial target");
+            }
+            std::set<std::string> allowed = {from.filename().string()};
+            if (hasTarget) {
+                allowed.insert(to.filename().string());
+            }
+            expectOnly(p, work_, allowed, run.persistent());
+            expectNoTemporaries(p, run.persistent());
+        });
+}
+
+// Move and rename across directories share their checks: the data is at one of the two
+// names, complete; the source may survive a successful move only when deleting it failed.
+void checkMove(const Attempt& run, Problems& p, const fs::path& from, const fs::path& to) {
+    std::string source;
+    std::string target;
+    const bool hasSource = readBytes(from, &source);
+    const bool hasTarget = readBytes(to, &target);
+    p.check(!hasSource || source == kOld, "the source changed");
+    if (run.outcome.ok) {
+        p.check(hasTarget && target == kOld, "success without a complete target");
+        p.check(!hasSource || run.persistent() || run.faultAt(FileCall::kUnlink),
+                "the source survived a move whose delete did not fail");
+    } else {
+        p.check(hasSource, "a failed move lost its source");
+        p.check(run.persistent() || !hasTarget, "a failed move left its target");
+    }
+}
+
+TEST_F(FaultInjectionTest, MoveToANewName) {
+    const fs::path from = work("source.bin");
+    const fs::path to = other("moved.bin");
+    sweep(
+        "fileMove", [&] { writeBytes(from, kOld); },
+        [&] { return outcomeOf(kyOS::fileMove(nameOf(from), nameOf(to), false)); },
+        [&](const Attempt& run, Problems& p) {
+            checkMove(run, p, from, to);
+            std::set<std::string> work = {from.filename().string()};
+            std::set<std::string> other;
+            if (run.outcome.ok) {
+                other.insert(to.filename().string());
+            }
+            expectOnly(p, work_, work, run.persistent());
+            expectOnly(p, other_, other, run.persistent());
+            expectNoTemporaries(p, run.persistent());
+        });
+}
+
+TEST_F(FaultInjectionTest, RenameWithinADirectory) {
+    const fs::path from = work("before.bin");
+    const fs::path to = work("after.bin");
+    sweep(
+        "fileRename (same directory)", [&] { writeBytes(from, kOld); },
+        [&] { return outcomeOf(kyOS::fileRename(nameOf(from), nameOf(to))); },
+        [&](const Attempt& run, Problems& p) {
+            std::string source;
+            std::string target;
+            const bool hasSource = readBytes(from, &source);
+            const bool hasTarget = readBytes(to, &target);
+            // One rename: the data is under exactly one of the names.
+            p.check(hasSource != hasTarget, "the data is under both names or neither");
+            p.check(!hasSource || source == kOld, "the source changed");
+            p.check(!hasTarget || target == kOld, "the target is not the source's data");
+            p.check(run.outcome.ok == hasTarget, "the result does not match the files");
+            if (!run.outcome.ok) {
+                p.check(run.outcome.code == 6, "unexpected code");
+            }
+            expectOnly(p, work_, {hasSource ? from.filename().string() : to.filename().string()},
+                       false);
+            expectNoTemporaries(p, false);
+        });
+}
+
+TEST_F(FaultInjectionTest, RenameAcrossDirectories) {
+    const fs::path from = work("before.bin");
+    const fs::path to = other("after.bin");
+    sweep(
+        "fileRename (across directories)",
+        [&] {
+            writeBytes(from, kOld);
+            writeBytes(to, kNew); // replaced: the move overwrites
+        },
+        [&] { return outcomeOf(kyOS::fileRename(nameOf(from), nameOf(to))); },
+        [&](const Attempt& run, Problems& p) {
+            std::string source;
+            std::string target;
+            const bool hasSource = readBytes(from, &source);
+            const bool hasTarget = readBytes(to, &target);
+            p.check(!hasSource || source == kOld, "the source changed");
+            if (run.outcome.ok) {
+                p.check(hasTarget && target == kOld, "success without a complete target");
+                p.check(!hasSource || run.persistent() || run.faultAt(FileCall::kUnlink),
+                        "the source survived a move whose delete did not fail");
+            } else {
+                p.check(hasSource, "a failed rename lost its source");
+                // The replaced file may be gone, never half-replaced (unless nothing could be
+                // cleaned up).
+                p.check(run.persistent() || !hasTarget || target == kNew,
+                        "a failed rename left a partial target");
+            }
+            expectOnly(p, work_, {from.filename().string()}, run.persistent());
+            expectOnly(p, other_, {to.filename().string()}, run.persistent());
+            expectNoTemporaries(p, run.persistent());
+        });
+}
+
+// ---------------------------------------------------------------------------------------------
+// Protected writes
+
+// One whole cycle as a caller writes it: init, the new content through kyOS::File in
+// blocks, finalize. Reports success only when all of it succeeded.
+struct CycleResult {
+    Outcome outcome;
+    fs::path temp;
+    fs::path backup;
+};
+
+CycleResult protectedWriteCycle(const fs::path& main, bool copy, const std::string& content) {
+    CycleResult result;
+    kyOS::ProtectedWrite pw(nameOf(main));
+    if (copy) {
+        pw.useCopyStrategy();
+    }
+    bool ok = pw.init();
+    result.temp = pathOf(pw.getTempFilename());
+    result.backup = pathOf(pw.getBackupFilename());
+    if (ok) {
+        kyOS::File out(pw.getTempFilename());
+        kyUtil::Error e = out.open(kyOS::kWrite | kyOS::kCreate | kyOS::kTruncate);
+        const std::size_t kBlock = 4096;
+        for (std::size_t at = 0; e.ok() && at < content.size(); at += kBlock) {
+            const std::size_t n = std::min(kBlock, content.size() - at);
+            std::size_t put = 0;
+            e = out.write(content.data() + at, n, &put);
+            if (e.ok() && put != n) {
+                e = kyOS::File::getError(4);
+            }
+        }
+        if (out.isOpen()) {
+            const kyUtil::Error closed = out.close();
+            if (e.ok()) {
+                e = closed;
+            }
+        }
+        if (e.failed()) {
+            result.outcome.message = e.message();
+            pw.invalidate();
+            ok = false;
+        }
+    }
+    const bool finalized = pw.finalize();
+    if (!finalized) {
+        result.outcome.message += " status " + std::to_string(pw.getStatus());
+    }
+    result.outcome.ok = ok && finalized;
+    return result;
+}
+
+class ProtectedWriteFaults : public FaultInjectionTest,
+                             public ::testing::WithParamInterface<bool> {};
+
+TEST_P(ProtectedWriteFaults, OldOrNewContentAtEveryCall) {
+    const bool copy = GetParam();
+    const fs::path main = work("scene.ma");
+    CycleResult last;
+    sweep(
+        copy ? "ProtectedWrite (copy)" : "ProtectedWrite (rename)", [&] { writeBytes(main, kOld); },
+        [&] {
+            last = protectedWriteCycle(main, copy, kNew);
+            return last.outcome;
+        },
+        [&](const Attempt& run, Problems& p) {
+            std::string content;
+            const bool hasMain = readBytes(main, &content);
+            if (run.outcome.ok) {
+                p.check(hasMain && content == kNew, "success without the new content");
+            }
+            if (hasMain) {
+                p.check(content == kOld || content == kNew, "main holds neither old nor new");
+            } else {
+                // Only when nothing could be cleaned up may the old content wait at the
+                // backup name; it must be complete there.
+                std::string parked;
+                p.check(run.persistent(), "main is missing after a single failure");
+                p.check(!last.backup.empty() && readBytes(last.backup, &parked) && parked == kOld,
+                        "main is missing and the backup does not hold the old content");
+            }
+            if (run.scenario != nullptr && run.scenario->kind == Scenario::kCrash) {
+                return; // a crash may leave temporaries: that is what cleanup is for
+            }
+            expectOnly(p, work_,
+                       hasMain ? std::set<std::string>{main.filename().string()}
+                               : std::set<std::string>{},
+                       run.persistent());
+            expectOnly(p, other_, {}, run.persistent());
+            expectNoTemporaries(p, run.persistent());
+        });
+}
+
+INSTANTIATE_TEST_SUITE_P(Strategies, ProtectedWriteFaults, ::testing::Bool(),
+                         [](const ::testing::TestParamInfo<bool>& info) {
+                             return std::string(info.param ? "Copy" : "Rename");
+                         });
+
+// The leftover checks mean something only if the library's temporary directory is ours.
+TEST_F(FaultInjectionTest, TemporaryDirectoryIsPrivate) {
+    std::error_code ec;
+    EXPECT_TRUE(fs::equivalent(pathOf(kyOS::getTempDirectory()), tmp_, ec)) << ec.message();
+    const kyOS::Filename name = kyOS::createTmpFilename(kyString::IString(L"0.tmp"), L"kyF");
+    EXPECT_TRUE(fs::equivalent(pathOf(name).parent_path(), tmp_, ec)) << ec.message();
+}
+
+// The fixture itself: a count, a failure once and from then on, a short transfer.
+TEST_F(FaultInjectionTest, InjectorCountsAndFails) {
+    const fs::path from = work("a.bin");
+    writeBytes(from, kOld);
+    FaultInjector injector;
+    injector.countOnly();
+    EXPECT_TRUE(kyOS::doesFileExist(nameOf(from)));
+    const std::size_t n = injector.calls();
+    ASSERT_GE(n, 1u);
+    EXPECT_EQ(injector.log().front(), FileCall::kStat);
+
+    injector.failAt(1, EIO, Mode::kOnce);
+    EXPECT_FALSE(kyOS::doesFileExist(nameOf(from))); // a failed query counts as missing
+    EXPECT_EQ(injector.affected(), 1u);
+    EXPECT_TRUE(kyOS::doesFileExist(nameOf(from))); // once: the next call goes through
+
+    injector.failAt(1, ENOSPC, Mode::kFromThenOn);
+    EXPECT_FALSE(kyOS::doesFileExist(nameOf(from)));
+    EXPECT_FALSE(kyOS::doesFileExist(nameOf(from)));
+    EXPECT_EQ(injector.affected(), injector.calls());
+
+    injector.shortenAt(1, 10, Mode::kFromThenOn);
+    kyOS::File in(nameOf(from));
+    ASSERT_TRUE(in.open(kyOS::kRead).ok());
+    std::string buffer(kOld.size(), '\0');
+    std::size_t got = 0;
+    ASSERT_TRUE(in.read(&buffer[0], buffer.size(), &got).ok());
+    EXPECT_EQ(got, kOld.size());
+    EXPECT_EQ(buffer, kOld);
+    EXPECT_TRUE(in.close().ok());
+    // 5000 bytes ten at a time; the full buffer needs no read that finds the end.
+    EXPECT_EQ(injector.affected(), kOld.size() / 10);
+}
+
+} // namespace
