@@ -76,6 +76,8 @@ int main() {
     showcaseStrings();
     containers();
     showcasePaths();
+    showcaseFiles();
+    showcaseGetOpt();
     showcaseOS();
     showcaseSignals();
     showcaseUndo();

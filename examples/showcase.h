@@ -9,6 +9,8 @@ void showcaseSection(const char* title);
 void showcaseStrings();
 void showcaseOS();
 void showcasePaths();
+void showcaseFiles();
+void showcaseGetOpt();
 void showcaseSignals();
 void showcaseUndo();
 void showcaseLinear();

@@ -33,12 +33,19 @@
 #include <Base/Containers/kySet.h>
 #include <Base/Containers/kyVector.h>
 
-// OS: file names and search paths, system information, identifiers, timing, traces, the
-// application frame
+// OS: file names and search paths, files and protected writes, command-line options,
+// system information, identifiers, timing, traces, the application frame
 #include <Base/OS/kyOSAppMain.h>
 #include <Base/OS/kyOSAppOutput.h>
 #include <Base/OS/kyOSDebugTrace.h>
+#include <Base/OS/kyOSFile.h>
+#include <Base/OS/kyOSFileStatus.h>
 #include <Base/OS/kyOSFilename.h>
+#include <Base/OS/kyOSFilesystem.h>
+#include <Base/OS/kyOSGetOpt.h>
+#include <Base/OS/kyOSIOStream.h>
+#include <Base/OS/kyOSMemoryIOStream.h>
+#include <Base/OS/kyOSProtectedWrite.h>
 #include <Base/OS/kyOSSearchPath.h>
 #include <Base/OS/kyOSStopWatch.h>
 #include <Base/OS/kyOSSysInfo.h>
