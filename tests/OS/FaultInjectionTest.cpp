@@ -243,7 +243,7 @@ protected:
         // Every name this test makes, and so every name the library derives from them,
         // starts with this: leftovers in a shared directory are recognisable as ours.
         std::random_device entropy;
-        token_ = "kyF" + std::to_string(entropy() % 1000000u) + "-";
+        token_ = stem() + std::to_string(entropy() % 1000000u) + "-";
     }
 
     void TearDown() override {
@@ -251,6 +251,11 @@ protected:
         env_.clear();
         TempDirTest::TearDown();
     }
+
+    // Windows keeps only the first three characters of a prefix in its unique names, so the
+    // suites that make temporary names (and may run at the same time as other test
+    // processes) each start theirs with three characters of their own.
+    virtual std::string stem() const { return "kyF"; }
 
     // Windows keeps only the first three characters of a prefix in its unique names.
     bool ours(const std::string& name) const {
@@ -584,8 +589,11 @@ CycleResult protectedWriteCycle(const fs::path& main, bool copy, const std::stri
     return result;
 }
 
-class ProtectedWriteFaults : public FaultInjectionTest,
-                             public ::testing::WithParamInterface<bool> {};
+class ProtectedWriteFaults : public FaultInjectionTest, public ::testing::WithParamInterface<bool> {
+protected:
+    // The two strategies may run at once in two processes; their names must not mix.
+    std::string stem() const override { return GetParam() ? "kyC" : "kyR"; }
+};
 
 TEST_P(ProtectedWriteFaults, OldOrNewContentAtEveryCall) {
     const bool copy = GetParam();
