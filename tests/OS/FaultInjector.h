@@ -61,7 +61,11 @@ public:
             "open",      "read",           "write",    "seek",   "fsync",         "close",
             "stat",      "fstat",          "access",   "rename", "unlink",        "copyFile",
             "copyRange", "copyAttributes", "mkdir",    "rmdir",  "listDirectory", "syncDirectory",
-            "tempPath",  "tempFile",       "diskFree", "owner",  "fullPath"};
+            "tempPath",  "tempFile",       "diskFree", "owner",  "fullPath",      "getCwd",
+            "setCwd",    "isRemote"};
+        static_assert(sizeof kNames / sizeof kNames[0] ==
+                          static_cast<std::size_t>(FileCall::kCount),
+                      "one name per entry of the system-call table");
         const std::size_t i = static_cast<std::size_t>(call);
         return i < sizeof kNames / sizeof kNames[0] ? kNames[i] : "?";
     }

@@ -419,6 +419,10 @@ int posixDiskFree(const std::wstring& path, std::uint64_t* total, std::uint64_t*
 }
 
 bool posixIsRemote(const std::wstring& path) {
+    int error = 0;
+    if (faulted(FileCall::kIsRemote, &error)) {
+        return false;
+    }
     std::string narrow;
     struct statfs fs;
     if (!toNarrow(path, narrow) || ::statfs(narrow.c_str(), &fs) != 0) {

@@ -397,6 +397,10 @@ int winDiskFree(const std::wstring& path, std::uint64_t* total, std::uint64_t* a
 }
 
 bool winIsRemote(const std::wstring& path) {
+    int error = 0;
+    if (faulted(FileCall::kIsRemote, &error, false)) {
+        return false;
+    }
     return usable(path) && GetDriveTypeW(path.c_str()) == DRIVE_REMOTE;
 }
 

@@ -131,6 +131,7 @@ enum class FileCall {
     kFullPath,
     kGetCwd,
     kSetCwd,
+    kIsRemote,
     kCount
 };
 
