@@ -180,12 +180,15 @@ TEST_F(FileTest, OperationsOnTheWrongStateFail) {
     ASSERT_TRUE(f.open(kyOS::kWrite | kyOS::kCreate).ok());
     EXPECT_EQ(f.open(kyOS::kRead).code(), 9);
     EXPECT_EQ(f.read(&c, 1, &n).code(), 6); // opened for writing only
+    EXPECT_EQ(f.write(nullptr, 2, &n).code(), 4);
+    EXPECT_TRUE(f.write(nullptr, 0, &n).ok());
     EXPECT_EQ(f.deleteSelf().code(), 9);
     ASSERT_TRUE(f.close().ok());
     ASSERT_TRUE(f.open(kyOS::kRead).ok());
     EXPECT_EQ(f.write("x", 1, nullptr).code(), 5);
-    // An empty read is no read at all.
+    // An empty read is no read at all; a null buffer is refused, not dereferenced.
     EXPECT_TRUE(f.read(&c, 0, &n).ok());
+    EXPECT_EQ(f.read(nullptr, 4, &n).code(), 4);
     ASSERT_TRUE(f.close().ok());
 
     kyOS::File none(static_cast<kyOS::FileTransport*>(nullptr));

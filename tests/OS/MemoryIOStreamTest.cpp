@@ -69,7 +69,10 @@ TEST(MemoryIOStream, EndOfData) {
     EXPECT_EQ(s.read(&c, 1, &got).code(), 3);
     EXPECT_EQ(got, 0u);
     EXPECT_TRUE(s.read(&c, 0, &got).ok()); // nothing asked, nothing wrong
+    EXPECT_EQ(s.write(nullptr, 3, &got).code(), 4);
+    EXPECT_EQ(s.size(), 0u);
     ASSERT_TRUE(s.write("ab", 2, nullptr).ok());
+    EXPECT_EQ(s.read(nullptr, 1, &got).code(), 4);
     EXPECT_TRUE(s.read(&c, 1, nullptr).ok());
     EXPECT_EQ(c, 'a');
     EXPECT_FALSE(s.seek(3));

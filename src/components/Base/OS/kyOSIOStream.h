@@ -17,7 +17,8 @@ namespace kyOS {
 /// transferred in `*count` when `count` is not null (0 on failure before any transfer) and
 /// return an empty error on success. `read` returns fewer bytes than asked only at the end of
 /// the data; asked to read at the end it returns 0 bytes and the error "End Of File" (code 3
-/// of the file error table). `write` transfers everything or fails. Not thread-safe: one
+/// of the file error table). `write` transfers everything or fails. A null buffer with a
+/// non-zero size fails with "An I/O problem has occurred" (code 4). Not thread-safe: one
 /// thread at a time per stream.
 class KY_BASE_API IOStream {
 public:

@@ -166,6 +166,9 @@ kyUtil::Error LocalFileTransport::read(void* buffer, std::size_t size, std::size
     if (size == 0) {
         return kyUtil::Error();
     }
+    if (buffer == nullptr) {
+        return File::getError(4); // nowhere to put the bytes
+    }
     int error = 0;
     const long long got = readFully(fd_, buffer, size, &error);
     if (got < 0) {
@@ -186,6 +189,9 @@ kyUtil::Error LocalFileTransport::write(const void* buffer, std::size_t size, st
     }
     if ((mode_ & (kWrite | kAppend)) == 0) {
         return File::getError(5);
+    }
+    if (buffer == nullptr && size > 0) {
+        return File::getError(4); // nothing to take the bytes from
     }
     int error = 0;
     if (writeAll(fd_, buffer, size, &error) != 0) {

@@ -77,6 +77,9 @@ kyUtil::Error MemoryIOStream::read(void* buffer, std::size_t size, std::size_t* 
     if (size == 0) {
         return kyUtil::Error();
     }
+    if (buffer == nullptr) {
+        return File::getError(4);
+    }
     if (position_ >= size_) {
         return File::getError(3);
     }
@@ -91,6 +94,9 @@ kyUtil::Error MemoryIOStream::read(void* buffer, std::size_t size, std::size_t* 
 kyUtil::Error MemoryIOStream::write(const void* buffer, std::size_t size, std::size_t* count) {
     if (count != nullptr) {
         *count = 0;
+    }
+    if (buffer == nullptr && size > 0) {
+        return File::getError(4);
     }
     const char* from = static_cast<const char*>(buffer);
     std::size_t done = 0;
