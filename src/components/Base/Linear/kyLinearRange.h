@@ -114,8 +114,8 @@ public:
         return true;
     }
 
-    constexpr double min() const { return min_; }
-    constexpr double max() const { return max_; }
+    constexpr double(min)() const { return min_; }
+    constexpr double(max)() const { return max_; }
     /// (min + max) / 2.
     constexpr double mid() const { return (min_ + max_) / 2; }
     /// max - min; infinite for the unbounded range.
@@ -191,8 +191,8 @@ public:
         return true;
     }
 
-    constexpr Point2 min() const { return Point2(x.min(), y.min()); }
-    constexpr Point2 max() const { return Point2(x.max(), y.max()); }
+    constexpr Point2(min)() const { return Point2((x.min)(), (y.min)()); }
+    constexpr Point2(max)() const { return Point2((x.max)(), (y.max)()); }
     constexpr Point2 mid() const { return Point2(x.mid(), y.mid()); }
     /// The extent along each axis (infinite on an unbounded axis).
     constexpr Vector2 size() const { return Vector2(x.size(), y.size()); }
@@ -278,8 +278,8 @@ public:
         return true;
     }
 
-    constexpr Point min() const { return Point(x.min(), y.min(), z.min()); }
-    constexpr Point max() const { return Point(x.max(), y.max(), z.max()); }
+    constexpr Point(min)() const { return Point((x.min)(), (y.min)(), (z.min)()); }
+    constexpr Point(max)() const { return Point((x.max)(), (y.max)(), (z.max)()); }
     constexpr Point mid() const { return Point(x.mid(), y.mid(), z.mid()); }
     /// The extent along each axis (infinite on an unbounded axis).
     constexpr Vector size() const { return Vector(x.size(), y.size(), z.size()); }
