@@ -16,6 +16,7 @@
 #include <Base/OS/kyOSProtectedWrite.h>
 
 #include "FaultInjector.h"
+#include "FileTestSupport.h"
 #include <kyTestSupport.h>
 
 #include <algorithm>
@@ -38,6 +39,9 @@
 namespace {
 
 namespace fs = std::filesystem;
+using filetest::pattern;
+using filetest::put;
+using filetest::readBytes;
 using kytest::FaultInjector;
 using Mode = FaultInjector::Mode;
 using kyOS::detail::FileCall;
@@ -45,31 +49,7 @@ using kyOS::detail::FileCall;
 // ---------------------------------------------------------------------------------------------
 // Files, seen without the library so that the checks do not pass through the hook
 
-std::string pattern(char tag, std::size_t size) {
-    std::mt19937 bits(static_cast<unsigned char>(tag));
-    std::string s(size, '\0');
-    for (char& c : s) {
-        c = static_cast<char>(bits() & 0xFF);
-    }
-    return s;
-}
-
-void writeBytes(const fs::path& path, const std::string& bytes) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    ASSERT_TRUE(out.good()) << path;
-}
-
 // False when the file is missing.
-bool readBytes(const fs::path& path, std::string* bytes) {
-    std::error_code ec;
-    if (!fs::is_regular_file(path, ec)) {
-        return false;
-    }
-    std::ifstream in(path, std::ios::binary);
-    bytes->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    return true;
-}
 
 std::set<std::string> namesIn(const fs::path& dir) {
     std::set<std::string> names;
@@ -96,10 +76,6 @@ int openDescriptors() {
 #else
     return -1;
 #endif
-}
-
-kyOS::Filename nameOf(const fs::path& path) {
-    return kyOS::Filename(kyString::IString(path.wstring().c_str()));
 }
 
 fs::path pathOf(const kyOS::Filename& name) {
@@ -389,8 +365,8 @@ TEST_F(FaultInjectionTest, CopyToANewName) {
     const fs::path from = work("source.bin");
     const fs::path to = other("copy.bin");
     sweep(
-        "fileCopy", [&] { writeBytes(from, kOld); },
-        [&] { return outcomeOf(kyOS::fileCopy(nameOf(from), nameOf(to), false)); },
+        "fileCopy", [&] { EXPECT_TRUE(put(from, kOld)); },
+        [&] { return outcomeOf(kyOS::fileCopy(filetest::name(from), filetest::name(to), false)); },
         [&](const Attempt& run, Problems& p) {
             std::string source;
             std::string target;
@@ -418,10 +394,10 @@ TEST_F(FaultInjectionTest, CopyOverAnExistingFile) {
     sweep(
         "fileCopy (overwrite)",
         [&] {
-            writeBytes(from, kOld);
-            writeBytes(to, kNew);
+            EXPECT_TRUE(put(from, kOld));
+            EXPECT_TRUE(put(to, kNew));
         },
-        [&] { return outcomeOf(kyOS::fileCopy(nameOf(from), nameOf(to), true)); },
+        [&] { return outcomeOf(kyOS::fileCopy(filetest::name(from), filetest::name(to), true)); },
         [&](const Attempt& run, Problems& p) {
             std::string source;
             std::string target;
@@ -464,8 +440,8 @@ TEST_F(FaultInjectionTest, MoveToANewName) {
     const fs::path from = work("source.bin");
     const fs::path to = other("moved.bin");
     sweep(
-        "fileMove", [&] { writeBytes(from, kOld); },
-        [&] { return outcomeOf(kyOS::fileMove(nameOf(from), nameOf(to), false)); },
+        "fileMove", [&] { EXPECT_TRUE(put(from, kOld)); },
+        [&] { return outcomeOf(kyOS::fileMove(filetest::name(from), filetest::name(to), false)); },
         [&](const Attempt& run, Problems& p) {
             checkMove(run, p, from, to);
             std::set<std::string> work = {from.filename().string()};
@@ -483,8 +459,8 @@ TEST_F(FaultInjectionTest, RenameWithinADirectory) {
     const fs::path from = work("before.bin");
     const fs::path to = work("after.bin");
     sweep(
-        "fileRename (same directory)", [&] { writeBytes(from, kOld); },
-        [&] { return outcomeOf(kyOS::fileRename(nameOf(from), nameOf(to))); },
+        "fileRename (same directory)", [&] { EXPECT_TRUE(put(from, kOld)); },
+        [&] { return outcomeOf(kyOS::fileRename(filetest::name(from), filetest::name(to))); },
         [&](const Attempt& run, Problems& p) {
             std::string source;
             std::string target;
@@ -510,10 +486,10 @@ TEST_F(FaultInjectionTest, RenameAcrossDirectories) {
     sweep(
         "fileRename (across directories)",
         [&] {
-            writeBytes(from, kOld);
-            writeBytes(to, kNew); // replaced: the move overwrites
+            EXPECT_TRUE(put(from, kOld));
+            EXPECT_TRUE(put(to, kNew)); // replaced: the move overwrites
         },
-        [&] { return outcomeOf(kyOS::fileRename(nameOf(from), nameOf(to))); },
+        [&] { return outcomeOf(kyOS::fileRename(filetest::name(from), filetest::name(to))); },
         [&](const Attempt& run, Problems& p) {
             std::string source;
             std::string target;
@@ -550,7 +526,7 @@ struct CycleResult {
 
 CycleResult protectedWriteCycle(const fs::path& main, bool copy, const std::string& content) {
     CycleResult result;
-    kyOS::ProtectedWrite pw(nameOf(main));
+    kyOS::ProtectedWrite pw(filetest::name(main));
     if (copy) {
         pw.useCopyStrategy();
     }
@@ -600,7 +576,8 @@ TEST_P(ProtectedWriteFaults, OldOrNewContentAtEveryCall) {
     const fs::path main = work("scene.ma");
     CycleResult last;
     sweep(
-        copy ? "ProtectedWrite (copy)" : "ProtectedWrite (rename)", [&] { writeBytes(main, kOld); },
+        copy ? "ProtectedWrite (copy)" : "ProtectedWrite (rename)",
+        [&] { EXPECT_TRUE(put(main, kOld)); },
         [&] {
             last = protectedWriteCycle(main, copy, kNew);
             return last.outcome;
@@ -649,26 +626,26 @@ TEST_F(FaultInjectionTest, TemporaryDirectoryIsPrivate) {
 // The fixture itself: a count, a failure once and from then on, a short transfer.
 TEST_F(FaultInjectionTest, InjectorCountsAndFails) {
     const fs::path from = work("a.bin");
-    writeBytes(from, kOld);
+    EXPECT_TRUE(put(from, kOld));
     FaultInjector injector;
     injector.countOnly();
-    EXPECT_TRUE(kyOS::doesFileExist(nameOf(from)));
+    EXPECT_TRUE(kyOS::doesFileExist(filetest::name(from)));
     const std::size_t n = injector.calls();
     ASSERT_GE(n, 1u);
     EXPECT_EQ(injector.log().front(), FileCall::kStat);
 
     injector.failAt(1, EIO, Mode::kOnce);
-    EXPECT_FALSE(kyOS::doesFileExist(nameOf(from))); // a failed query counts as missing
+    EXPECT_FALSE(kyOS::doesFileExist(filetest::name(from))); // a failed query counts as missing
     EXPECT_EQ(injector.affected(), 1u);
-    EXPECT_TRUE(kyOS::doesFileExist(nameOf(from))); // once: the next call goes through
+    EXPECT_TRUE(kyOS::doesFileExist(filetest::name(from))); // once: the next call goes through
 
     injector.failAt(1, ENOSPC, Mode::kFromThenOn);
-    EXPECT_FALSE(kyOS::doesFileExist(nameOf(from)));
-    EXPECT_FALSE(kyOS::doesFileExist(nameOf(from)));
+    EXPECT_FALSE(kyOS::doesFileExist(filetest::name(from)));
+    EXPECT_FALSE(kyOS::doesFileExist(filetest::name(from)));
     EXPECT_EQ(injector.affected(), injector.calls());
 
     injector.shortenAt(1, 10, Mode::kFromThenOn);
-    kyOS::File in(nameOf(from));
+    kyOS::File in(filetest::name(from));
     ASSERT_TRUE(in.open(kyOS::kRead).ok());
     std::string buffer(kOld.size(), '\0');
     std::size_t got = 0;

@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <optional>
+#include <random>
 #include <string>
 
 namespace filetest {
@@ -24,22 +25,45 @@ inline kyString::IString wide(const std::string& narrow) {
     return kyString::IString(narrow.c_str());
 }
 
-inline kyOS::Filename name(const std::string& narrow) {
-    return kyOS::Filename(wide(narrow));
+inline kyOS::Filename name(const std::filesystem::path& path) {
+    return kyOS::Filename(kyString::IString(path.wstring().c_str()));
 }
 
-inline void put(const std::string& path, const std::string& bytes) {
+/// Writes `bytes` to `path`, replacing what was there; false when that failed.
+inline bool put(const std::filesystem::path& path, const std::string& bytes) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return out.good();
 }
 
-/// The contents, or nothing when the file cannot be read.
-inline std::optional<std::string> get(const std::string& path) {
+/// Reads a plain file into `bytes`; false when it is missing or not a plain file.
+inline bool readBytes(const std::filesystem::path& path, std::string* bytes) {
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(path, ec)) {
+        return false;
+    }
     std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    bytes->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return true;
+}
+
+/// The contents, or nothing when the name is not a readable plain file.
+inline std::optional<std::string> get(const std::filesystem::path& path) {
+    std::string bytes;
+    if (!readBytes(path, &bytes)) {
         return std::nullopt;
     }
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return bytes;
+}
+
+/// `size` bytes that depend on `tag`: contents that no other tag's can be mistaken for.
+inline std::string pattern(char tag, std::size_t size) {
+    std::mt19937 bits(static_cast<unsigned char>(tag));
+    std::string s(size, '\0');
+    for (char& c : s) {
+        c = static_cast<char>(bits() & 0xFF);
+    }
+    return s;
 }
 
 inline bool there(const std::string& path) {

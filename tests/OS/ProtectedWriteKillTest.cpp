@@ -12,6 +12,7 @@
 #include <Base/OS/kyOSProtectedWrite.h>
 
 #include "FaultInjector.h"
+#include "FileTestSupport.h"
 #include <kyTestSupport.h>
 
 #include <algorithm>
@@ -39,35 +40,13 @@
 namespace {
 
 namespace fs = std::filesystem;
+using filetest::pattern;
+using filetest::put;
+using filetest::readBytes;
 
 class ProtectedWriteKillTest : public kytest::TempDirTest {};
 
 #ifndef _WIN32
-
-std::string pattern(char tag, std::size_t size) {
-    std::mt19937 bits(static_cast<unsigned char>(tag) * 7919u);
-    std::string s(size, '\0');
-    for (char& c : s) {
-        c = static_cast<char>(bits() & 0xFF);
-    }
-    return s;
-}
-
-bool readBytes(const fs::path& path, std::string* bytes) {
-    std::error_code ec;
-    if (!fs::is_regular_file(path, ec)) {
-        return false;
-    }
-    std::ifstream in(path, std::ios::binary);
-    bytes->assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    return true;
-}
-
-void writeBytes(const fs::path& path, const std::string& bytes) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    ASSERT_TRUE(out.good()) << path;
-}
 
 void emptyDirectory(const fs::path& dir) {
     std::error_code ec;
@@ -77,14 +56,10 @@ void emptyDirectory(const fs::path& dir) {
     }
 }
 
-kyOS::Filename nameOf(const fs::path& path) {
-    return kyOS::Filename(kyString::IString(path.wstring().c_str()));
-}
-
 // The cycle the child runs: init, the content through kyOS::File in 64 KiB blocks, finalize.
 bool protectedWriteCycle(const fs::path& main, bool copy, const std::string& content,
                          kyOS::Filename* backup) {
-    kyOS::ProtectedWrite pw(nameOf(main));
+    kyOS::ProtectedWrite pw(filetest::name(main));
     if (copy) {
         pw.useCopyStrategy();
     }
@@ -131,7 +106,7 @@ TEST_F(ProtectedWriteKillTest, KilledAnywhereLeavesOldOrNew) {
     for (int copy = 0; copy < 2; ++copy) {
         emptyDirectory(work);
         emptyDirectory(tmp);
-        writeBytes(main, oldContent);
+        EXPECT_TRUE(put(main, oldContent));
         {
             kytest::FaultInjector counter;
             counter.countOnly();
@@ -141,7 +116,7 @@ TEST_F(ProtectedWriteKillTest, KilledAnywhereLeavesOldOrNew) {
         }
         emptyDirectory(work);
         emptyDirectory(tmp);
-        writeBytes(main, oldContent);
+        EXPECT_TRUE(put(main, oldContent));
         std::fflush(nullptr);
         const auto start = std::chrono::steady_clock::now();
         const pid_t child = ::fork();
@@ -185,7 +160,7 @@ TEST_F(ProtectedWriteKillTest, KilledAnywhereLeavesOldOrNew) {
 
         emptyDirectory(work);
         emptyDirectory(tmp);
-        writeBytes(main, oldContent);
+        EXPECT_TRUE(put(main, oldContent));
         std::fflush(nullptr);
         const pid_t child = ::fork();
         ASSERT_GE(child, 0);

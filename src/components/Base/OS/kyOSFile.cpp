@@ -1,6 +1,7 @@
 // kyOSFile.cpp - kyOS::File, its status record and error table, and the file factory.
 #include <Base/OS/kyOSFile.h>
 
+#include <Base/OS/internal/kyOSFileUtil.h>
 #include <Base/OS/internal/kyOSLocalFile.h>
 
 #include <utility>
@@ -230,44 +231,37 @@ bool isFileWritable(const Filename& name) {
 
 } // namespace kyOS
 
-namespace {
-kyOS::Filename narrowName(const char* name) {
-    return kyOS::Filename(kyString::IString(name != nullptr ? name : ""));
-}
-kyOS::Filename wideName(const wchar_t* name) {
-    return kyOS::Filename(kyString::IString(name != nullptr ? name : L""));
-}
-} // namespace
+using kyOS::detail::filenameFrom;
 
 extern "C" {
 
 bool kyOS_DoesFileExist(const char* name) {
-    return kyOS::doesFileExist(narrowName(name));
+    return kyOS::doesFileExist(filenameFrom(name));
 }
 
 bool kyOS_DoesFileExistW(const wchar_t* name) {
-    return kyOS::doesFileExist(wideName(name));
+    return kyOS::doesFileExist(filenameFrom(name));
 }
 
 bool kyOS_DoesDirectoryExist(const char* name) {
     // Kept as it always was: the exists flag, so a plain file answers true as well.
-    return kyOS::doesFileExist(narrowName(name));
+    return kyOS::doesFileExist(filenameFrom(name));
 }
 
 bool kyOS_IsFileWriteable(const char* name) {
-    return kyOS::isFileWritable(narrowName(name));
+    return kyOS::isFileWritable(filenameFrom(name));
 }
 
 bool kyOS_IsFileWriteableW(const wchar_t* name) {
-    return kyOS::isFileWritable(wideName(name));
+    return kyOS::isFileWritable(filenameFrom(name));
 }
 
 bool kyOS_CopyFileTo(const char* from, const char* to, bool overwrite) {
-    return kyOS::fileCopy(narrowName(from), narrowName(to), overwrite).ok();
+    return kyOS::fileCopy(filenameFrom(from), filenameFrom(to), overwrite).ok();
 }
 
 bool kyOS_CopyFileToW(const wchar_t* from, const wchar_t* to, bool overwrite) {
-    return kyOS::fileCopy(wideName(from), wideName(to), overwrite).ok();
+    return kyOS::fileCopy(filenameFrom(from), filenameFrom(to), overwrite).ok();
 }
 
 static long long readHeader(const kyOS::Filename& name, void* buffer, std::size_t size) {
@@ -286,11 +280,11 @@ static long long readHeader(const kyOS::Filename& name, void* buffer, std::size_
 }
 
 long long kyOS_ReadHeaderFromFile(const char* name, void* buffer, std::size_t size) {
-    return readHeader(narrowName(name), buffer, size);
+    return readHeader(filenameFrom(name), buffer, size);
 }
 
 long long kyOS_ReadHeaderFromFileW(const wchar_t* name, void* buffer, std::size_t size) {
-    return readHeader(wideName(name), buffer, size);
+    return readHeader(filenameFrom(name), buffer, size);
 }
 
 } // extern "C"

@@ -23,26 +23,6 @@ namespace kyOS {
 namespace detail {
 namespace {
 
-// The name in the C library's locale; false when it holds a NUL or a character the locale
-// cannot express (the system would otherwise be asked about a different name).
-bool toNarrow(const std::wstring& name, std::string& out) {
-    if (name.find(L'\0') != std::wstring::npos) {
-        return false;
-    }
-    bool lossless = false;
-    const kyString::IString wide(name.c_str(), static_cast<unsigned int>(name.size()));
-    out = wide.asMultibyte(kyString::kMultibyte, &lossless);
-    return lossless;
-}
-
-std::wstring toWide(const char* text) {
-    return kyString::IString(text).str();
-}
-
-bool faulted(FileCall call, int* error, std::size_t* size = nullptr) {
-    return injectedFault(call, error, size);
-}
-
 // Converts a name or fails with EILSEQ, the way the system refuses a name it cannot hold.
 #define KY_NARROW(wide, narrow)                                                                    \
     std::string narrow;                                                                            \
@@ -57,7 +37,7 @@ int failWithErrno(int* error) {
 }
 
 int posixOpen(const std::wstring& name, int flags, int* error) {
-    if (faulted(FileCall::kOpen, error)) {
+    if (injectedFault(FileCall::kOpen, error)) {
         return -1;
     }
     KY_NARROW(name, narrow)
@@ -82,7 +62,7 @@ int posixOpen(const std::wstring& name, int flags, int* error) {
 }
 
 long long posixRead(int fd, void* buffer, std::size_t size, int* error) {
-    if (faulted(FileCall::kRead, error, &size)) {
+    if (injectedFault(FileCall::kRead, error, &size)) {
         return -1;
     }
     const ssize_t n = ::read(fd, buffer, size);
@@ -90,7 +70,7 @@ long long posixRead(int fd, void* buffer, std::size_t size, int* error) {
 }
 
 long long posixWrite(int fd, const void* buffer, std::size_t size, int* error) {
-    if (faulted(FileCall::kWrite, error, &size)) {
+    if (injectedFault(FileCall::kWrite, error, &size)) {
         return -1;
     }
     const ssize_t n = ::write(fd, buffer, size);
@@ -98,7 +78,7 @@ long long posixWrite(int fd, const void* buffer, std::size_t size, int* error) {
 }
 
 long long posixSeek(int fd, long long offset, int origin, int* error) {
-    if (faulted(FileCall::kSeek, error)) {
+    if (injectedFault(FileCall::kSeek, error)) {
         return -1;
     }
     const int whence = origin == 1 ? SEEK_CUR : (origin == 2 ? SEEK_END : SEEK_SET);
@@ -107,7 +87,7 @@ long long posixSeek(int fd, long long offset, int origin, int* error) {
 }
 
 int posixFsync(int fd, int* error) {
-    if (faulted(FileCall::kFsync, error)) {
+    if (injectedFault(FileCall::kFsync, error)) {
         return -1;
     }
     return ::fsync(fd) == 0 ? 0 : failWithErrno(error);
@@ -117,7 +97,7 @@ int posixClose(int fd, int* error) {
     // Linux releases the descriptor whatever close reports, so a failed close must not be
     // retried; an injected failure releases it too. An interruption comes after the release:
     // the close is done (the data's durability is fsync's business, not close's).
-    const bool fail = faulted(FileCall::kClose, error) && *error != EINTR;
+    const bool fail = injectedFault(FileCall::kClose, error) && *error != EINTR;
     const int result = ::close(fd);
     if (fail) {
         return -1;
@@ -134,7 +114,7 @@ void fillStat(const struct stat& st, NativeStat* info) {
 }
 
 int posixStat(const std::wstring& name, NativeStat* info, int* error) {
-    if (faulted(FileCall::kStat, error)) {
+    if (injectedFault(FileCall::kStat, error)) {
         return -1;
     }
     KY_NARROW(name, narrow)
@@ -164,7 +144,7 @@ int posixStat(const std::wstring& name, NativeStat* info, int* error) {
 }
 
 int posixFstat(int fd, NativeStat* info, int* error) {
-    if (faulted(FileCall::kFstat, error)) {
+    if (injectedFault(FileCall::kFstat, error)) {
         return -1;
     }
     struct stat st;
@@ -176,7 +156,7 @@ int posixFstat(int fd, NativeStat* info, int* error) {
 }
 
 int posixAccess(const std::wstring& name, int mode, int* error) {
-    if (faulted(FileCall::kAccess, error)) {
+    if (injectedFault(FileCall::kAccess, error)) {
         return -1;
     }
     KY_NARROW(name, narrow)
@@ -187,7 +167,7 @@ int posixAccess(const std::wstring& name, int mode, int* error) {
 }
 
 int posixRename(const std::wstring& from, const std::wstring& to, int* error) {
-    if (faulted(FileCall::kRename, error)) {
+    if (injectedFault(FileCall::kRename, error)) {
         return -1;
     }
     KY_NARROW(from, narrowFrom)
@@ -196,7 +176,7 @@ int posixRename(const std::wstring& from, const std::wstring& to, int* error) {
 }
 
 int posixUnlink(const std::wstring& name, int* error) {
-    if (faulted(FileCall::kUnlink, error)) {
+    if (injectedFault(FileCall::kUnlink, error)) {
         return -1;
     }
     KY_NARROW(name, narrow)
@@ -249,7 +229,7 @@ int copyContents(int in, int out, int* error) {
 }
 
 int posixCopyFile(const std::wstring& from, const std::wstring& to, bool failIfExists, int* error) {
-    if (faulted(FileCall::kCopyFile, error)) {
+    if (injectedFault(FileCall::kCopyFile, error)) {
         return -1;
     }
     FileCalls& calls = fileCalls();
@@ -299,7 +279,7 @@ int posixCopyFile(const std::wstring& from, const std::wstring& to, bool failIfE
 
 long long posixCopyRange(int in, int out, std::size_t size, int* error) {
     std::size_t limit = size;
-    if (faulted(FileCall::kCopyRange, error, &limit)) {
+    if (injectedFault(FileCall::kCopyRange, error, &limit)) {
         return -1;
     }
     const ssize_t n = ::copy_file_range(in, nullptr, out, nullptr, limit, 0);
@@ -307,7 +287,7 @@ long long posixCopyRange(int in, int out, std::size_t size, int* error) {
 }
 
 int posixCopyAttributes(int from, int to, int* error) {
-    if (faulted(FileCall::kCopyAttributes, error)) {
+    if (injectedFault(FileCall::kCopyAttributes, error)) {
         return -1;
     }
     struct stat st;
@@ -319,7 +299,7 @@ int posixCopyAttributes(int from, int to, int* error) {
 }
 
 int posixMkdir(const std::wstring& name, int* error) {
-    if (faulted(FileCall::kMkdir, error)) {
+    if (injectedFault(FileCall::kMkdir, error)) {
         return -1;
     }
     KY_NARROW(name, narrow)
@@ -327,7 +307,7 @@ int posixMkdir(const std::wstring& name, int* error) {
 }
 
 int posixRmdir(const std::wstring& name, int* error) {
-    if (faulted(FileCall::kRmdir, error)) {
+    if (injectedFault(FileCall::kRmdir, error)) {
         return -1;
     }
     KY_NARROW(name, narrow)
@@ -335,7 +315,7 @@ int posixRmdir(const std::wstring& name, int* error) {
 }
 
 int posixListDirectory(const std::wstring& name, std::vector<std::wstring>& names, int* error) {
-    if (faulted(FileCall::kListDirectory, error)) {
+    if (injectedFault(FileCall::kListDirectory, error)) {
         return -1;
     }
     KY_NARROW(name, narrow)
@@ -364,7 +344,7 @@ int posixListDirectory(const std::wstring& name, std::vector<std::wstring>& name
 }
 
 int posixSyncDirectory(const std::wstring& name, int* error) {
-    if (faulted(FileCall::kSyncDirectory, error)) {
+    if (injectedFault(FileCall::kSyncDirectory, error)) {
         return -1;
     }
     KY_NARROW(name, narrow)
@@ -378,7 +358,7 @@ int posixSyncDirectory(const std::wstring& name, int* error) {
 }
 
 int posixTempPath(std::wstring& out, int* error) {
-    if (faulted(FileCall::kTempPath, error)) {
+    if (injectedFault(FileCall::kTempPath, error)) {
         return -1;
     }
     const char* dir = std::getenv("TMPDIR");
@@ -388,7 +368,7 @@ int posixTempPath(std::wstring& out, int* error) {
 
 int posixTempFile(const std::wstring& dir, const std::wstring& prefix, std::wstring& out,
                   int* error) {
-    if (faulted(FileCall::kTempFile, error)) {
+    if (injectedFault(FileCall::kTempFile, error)) {
         return -1;
     }
     KY_NARROW(join(dir, prefix + L"XXXXXX.tmp", PathStyle::kPosix), pattern)
@@ -405,7 +385,7 @@ int posixTempFile(const std::wstring& dir, const std::wstring& prefix, std::wstr
 
 int posixDiskFree(const std::wstring& path, std::uint64_t* total, std::uint64_t* avail,
                   int* error) {
-    if (faulted(FileCall::kDiskFree, error)) {
+    if (injectedFault(FileCall::kDiskFree, error)) {
         return -1;
     }
     KY_NARROW(path, narrow)
@@ -420,7 +400,7 @@ int posixDiskFree(const std::wstring& path, std::uint64_t* total, std::uint64_t*
 
 bool posixIsRemote(const std::wstring& path) {
     int error = 0;
-    if (faulted(FileCall::kIsRemote, &error)) {
+    if (injectedFault(FileCall::kIsRemote, &error)) {
         return false;
     }
     std::string narrow;
@@ -442,7 +422,7 @@ bool posixIsRemote(const std::wstring& path) {
 }
 
 int posixOwner(const std::wstring& name, std::string& owner, std::string& group, int* error) {
-    if (faulted(FileCall::kOwner, error)) {
+    if (injectedFault(FileCall::kOwner, error)) {
         return -1;
     }
     KY_NARROW(name, narrow)
@@ -467,7 +447,7 @@ int posixOwner(const std::wstring& name, std::string& owner, std::string& group,
 }
 
 int posixFullPath(const std::wstring& name, std::wstring& out, int* error) {
-    if (faulted(FileCall::kFullPath, error)) {
+    if (injectedFault(FileCall::kFullPath, error)) {
         return -1;
     }
     if (isAbsolute(name, PathStyle::kPosix)) {
@@ -483,7 +463,7 @@ int posixFullPath(const std::wstring& name, std::wstring& out, int* error) {
 }
 
 int posixGetCwd(std::wstring& out, unsigned int bufferChars, int* error) {
-    if (faulted(FileCall::kGetCwd, error)) {
+    if (injectedFault(FileCall::kGetCwd, error)) {
         return -1;
     }
     std::vector<char> buffer(bufferChars + 1, '\0');
@@ -495,7 +475,7 @@ int posixGetCwd(std::wstring& out, unsigned int bufferChars, int* error) {
 }
 
 int posixSetCwd(const std::wstring& dir, int* error) {
-    if (faulted(FileCall::kSetCwd, error)) {
+    if (injectedFault(FileCall::kSetCwd, error)) {
         return -1;
     }
     KY_NARROW(dir, narrow)

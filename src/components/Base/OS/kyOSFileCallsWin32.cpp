@@ -1,5 +1,6 @@
 // kyOSFileCallsWin32.cpp - the file system calls on Windows.
 #include <Base/OS/internal/kyOSFileCalls.h>
+#include <Base/OS/internal/kyOSFileUtil.h>
 #include <Base/OS/internal/kyOSPath.h>
 
 #include <Base/String/kyStringIString.h>
@@ -25,21 +26,6 @@ namespace {
 // A name with an embedded NUL would reach the system cut short.
 bool usable(const std::wstring& name) {
     return name.find(L'\0') == std::wstring::npos;
-}
-
-// The name in the process's code page, for the calls that only come as "A" functions.
-bool toNarrow(const std::wstring& name, std::string& out) {
-    if (!usable(name)) {
-        return false;
-    }
-    bool lossless = false;
-    const kyString::IString wide(name.c_str(), static_cast<unsigned int>(name.size()));
-    out = wide.asMultibyte(kyString::kMultibyte, &lossless);
-    return lossless;
-}
-
-std::wstring toWide(const char* text) {
-    return kyString::IString(text).str();
 }
 
 // The Win32 code that means what an injected errno value means.

@@ -19,16 +19,14 @@ using detail::FileCalls;
 using detail::fileCalls;
 using detail::retryInterrupted;
 
-Filename fromNarrow(const char* name) {
-    return Filename(kyString::IString(name != nullptr ? name : ""));
-}
+using detail::filenameFrom;
+using detail::toIString;
 
-Filename fromWide(const wchar_t* name) {
-    return Filename(kyString::IString(name != nullptr ? name : L""));
-}
-
-kyString::IString text(const std::wstring& s) {
-    return kyString::IString(s.c_str(), static_cast<unsigned int>(s.size()));
+// The failure text of copies and moves: "Error copying <from> to <to>: <system message>".
+kyUtil::Error copyError(int code, const Filename& from, const Filename& to,
+                        const std::wstring& message) {
+    return kyUtil::Error(code, "Error copying %S to %S: %S", from.name().asWChar(),
+                         to.name().asWChar(), message.c_str());
 }
 
 } // namespace
@@ -42,15 +40,15 @@ kyUtil::Error fileDelete(const Filename& name) {
     if (retryInterrupted([&] { return fileCalls().unlink(native, &error); }, &error) == 0) {
         return kyUtil::Error();
     }
-    return kyUtil::Error(1, text(fileCalls().systemErrorText(error)));
+    return kyUtil::Error(1, toIString(fileCalls().systemErrorText(error)));
 }
 
 kyUtil::Error fileDelete(const char* name) {
-    return fileDelete(fromNarrow(name));
+    return fileDelete(filenameFrom(name));
 }
 
 kyUtil::Error fileDelete(const wchar_t* name) {
-    return fileDelete(fromWide(name));
+    return fileDelete(filenameFrom(name));
 }
 
 kyUtil::Error fileCopy(const Filename& from, const Filename& to, bool overwrite) {
@@ -65,17 +63,15 @@ kyUtil::Error fileCopy(const Filename& from, const Filename& to, bool overwrite)
     // The system's numbers for "not found" and "exists" become 2 and 3: not the file error
     // table's codes, and kept that way because callers test for them.
     const int code = error == calls.notFoundError ? 2 : (error == calls.existsError ? 3 : 1);
-    const std::wstring message = calls.systemErrorText(error);
-    return kyUtil::Error(code, "Error copying %S to %S: %S", from.name().asWChar(),
-                         to.name().asWChar(), message.c_str());
+    return copyError(code, from, to, calls.systemErrorText(error));
 }
 
 kyUtil::Error fileCopy(const char* from, const char* to, bool overwrite) {
-    return fileCopy(fromNarrow(from), fromNarrow(to), overwrite);
+    return fileCopy(filenameFrom(from), filenameFrom(to), overwrite);
 }
 
 kyUtil::Error fileCopy(const wchar_t* from, const wchar_t* to, bool overwrite) {
-    return fileCopy(fromWide(from), fromWide(to), overwrite);
+    return fileCopy(filenameFrom(from), filenameFrom(to), overwrite);
 }
 
 kyUtil::Error fileMove(const Filename& from, const Filename& to, bool overwrite) {
@@ -89,9 +85,7 @@ kyUtil::Error fileMove(const Filename& from, const Filename& to, bool overwrite)
         // A failed move leaves no copy behind: the source is still there, and a retry
         // without overwrite would otherwise find the target taken.
         static_cast<void>(detail::removeLeftover(to.name().str()));
-        const std::wstring message = fileCalls().runtimeErrorText(error);
-        return kyUtil::Error(1, "Error copying %S to %S: %S", from.name().asWChar(),
-                             to.name().asWChar(), message.c_str());
+        return copyError(1, from, to, fileCalls().runtimeErrorText(error));
     }
     // The copy is complete and durable: a source that will not go away is not a failure.
     static_cast<void>(fileDelete(from));
@@ -99,11 +93,11 @@ kyUtil::Error fileMove(const Filename& from, const Filename& to, bool overwrite)
 }
 
 kyUtil::Error fileMove(const char* from, const char* to, bool overwrite) {
-    return fileMove(fromNarrow(from), fromNarrow(to), overwrite);
+    return fileMove(filenameFrom(from), filenameFrom(to), overwrite);
 }
 
 kyUtil::Error fileMove(const wchar_t* from, const wchar_t* to, bool overwrite) {
-    return fileMove(fromWide(from), fromWide(to), overwrite);
+    return fileMove(filenameFrom(from), filenameFrom(to), overwrite);
 }
 
 kyUtil::Error fileRename(const Filename& from, const Filename& to) {
@@ -133,11 +127,11 @@ kyUtil::Error fileRename(const Filename& from, const Filename& to) {
 }
 
 kyUtil::Error fileRename(const char* from, const char* to) {
-    return fileRename(fromNarrow(from), fromNarrow(to));
+    return fileRename(filenameFrom(from), filenameFrom(to));
 }
 
 kyUtil::Error fileRename(const wchar_t* from, const wchar_t* to) {
-    return fileRename(fromWide(from), fromWide(to));
+    return fileRename(filenameFrom(from), filenameFrom(to));
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -152,7 +146,7 @@ Filename getTempDirectory() {
     if (dir.empty()) {
         dir = detail::nativeStyle() == PathStyle::kWindows ? L"C:\\" : L"/tmp";
     }
-    return Filename(text(dir));
+    return Filename(toIString(dir));
 }
 
 Filename createTmpFilename(const kyString::IString& suffix, const wchar_t* prefix) {
@@ -166,7 +160,7 @@ Filename createTmpFilename(const kyString::IString& suffix, const wchar_t* prefi
     if (calls.tempFile(dir.name().str(), stem, unique, &error) == 0) {
         // Only the name is wanted; the system made the file to reserve it.
         static_cast<void>(detail::removeLeftover(unique));
-        const Filename made(text(unique));
+        const Filename made(toIString(unique));
         name = made.dirname().str() + made.getSeparator() + made.baseTrunk().str();
     } else {
         const unsigned int n = ++fallbackCounter;
@@ -178,7 +172,7 @@ Filename createTmpFilename(const kyString::IString& suffix, const wchar_t* prefi
         name += L'.';
         name += suffix.str();
     }
-    return Filename(text(name));
+    return Filename(toIString(name));
 }
 
 Filename createNewFilenameVariant(const Filename& name, const wchar_t* suffix,
@@ -195,7 +189,7 @@ Filename createNewFilenameVariant(const Filename& name, const wchar_t* suffix,
         }
         const std::wstring candidate = dir.empty() ? base : detail::join(dir, base, name.style());
         if (!detail::nameExists(candidate) || n == 0xFFFFFFFFu) {
-            return Filename(text(candidate), name.getSeparator(), name.style());
+            return Filename(toIString(candidate), name.getSeparator(), name.style());
         }
     }
 }

@@ -2,6 +2,7 @@
 #include <Base/OS/kyOSFilename.h>
 
 #include <Base/OS/internal/kyOSFileCalls.h>
+#include <Base/OS/internal/kyOSFileUtil.h>
 #include <Base/OS/internal/kyOSPath.h>
 
 #include <cstring>
@@ -23,9 +24,7 @@ struct FilenameComponents {
 
 namespace {
 
-kyString::IString toIString(const std::wstring& s) {
-    return kyString::IString(s.c_str(), static_cast<unsigned int>(s.size()));
-}
+using detail::toIString;
 
 wchar_t widen(char c) {
     return static_cast<wchar_t>(static_cast<unsigned char>(c));

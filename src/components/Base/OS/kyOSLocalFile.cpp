@@ -36,6 +36,25 @@ kyUtil::Error fileErrorFor(int error, bool writing) {
 
 namespace {
 
+// The system deletes files with its own error numbers on Windows (DeleteFileW).
+kyUtil::Error removeFile(const std::wstring& name) {
+    FileCalls& calls = fileCalls();
+    int error = 0;
+    if (retryInterrupted([&] { return calls.unlink(name, &error); }, &error) != 0) {
+        return fileErrorFor(calls.runtimeErrorOf(error), true);
+    }
+    return kyUtil::Error();
+}
+
+// Some systems say "exists" for a directory that is not empty.
+kyUtil::Error removeEmptyDirectory(const std::wstring& name) {
+    int error = 0;
+    if (retryInterrupted([&] { return fileCalls().rmdir(name, &error); }, &error) != 0) {
+        return fileErrorFor(error == EEXIST ? ENOTEMPTY : error, true);
+    }
+    return kyUtil::Error();
+}
+
 class LocalFileTransport : public FileTransport {
 public:
     explicit LocalFileTransport(const kyString::IString& name) : name_(name), fd_(-1), mode_(0) {}
@@ -304,14 +323,14 @@ kyUtil::Error LocalFileTransport::removeTree(const std::wstring& name) {
             if (e.failed()) {
                 return e;
             }
-        } else if (retryInterrupted([&] { return calls.unlink(child, &error); }, &error) != 0) {
-            return fileErrorFor(calls.runtimeErrorOf(error), true);
+        } else {
+            const kyUtil::Error e = removeFile(child);
+            if (e.failed()) {
+                return e;
+            }
         }
     }
-    if (retryInterrupted([&] { return calls.rmdir(name, &error); }, &error) != 0) {
-        return fileErrorFor(error == EEXIST ? ENOTEMPTY : error, true);
-    }
-    return kyUtil::Error();
+    return removeEmptyDirectory(name);
 }
 
 kyUtil::Error LocalFileTransport::deleteSelf(int flags) {
@@ -326,18 +345,9 @@ kyUtil::Error LocalFileTransport::deleteSelf(int flags) {
         return fileErrorFor(error, true);
     }
     if (info.isDirectory) {
-        if ((flags & kDeleteRecursive) != 0) {
-            return removeTree(name);
-        }
-        if (retryInterrupted([&] { return calls.rmdir(name, &error); }, &error) != 0) {
-            return fileErrorFor(error == EEXIST ? ENOTEMPTY : error, true);
-        }
-        return kyUtil::Error();
+        return (flags & kDeleteRecursive) != 0 ? removeTree(name) : removeEmptyDirectory(name);
     }
-    if (retryInterrupted([&] { return calls.unlink(name, &error); }, &error) != 0) {
-        return fileErrorFor(calls.runtimeErrorOf(error), true);
-    }
-    return kyUtil::Error();
+    return removeFile(name);
 }
 
 kyUtil::Error LocalFileTransport::copyTo(FileTransport& target) {

@@ -16,8 +16,9 @@ bool copyStrategyFromEnvironment() {
     return set;
 }
 
+// Only whether something is there: one status call, not a whole status query.
 bool exists(const Filename& name) {
-    return doesFileExist(name);
+    return detail::nameExists(name.name().str());
 }
 
 void deleteIfExists(const Filename& name) {

@@ -6,6 +6,31 @@
 namespace kyOS {
 namespace detail {
 
+kyString::IString toIString(const std::wstring& s) {
+    return kyString::IString(s.c_str(), static_cast<unsigned int>(s.size()));
+}
+
+bool toNarrow(const std::wstring& name, std::string& out) {
+    if (name.find(L'\0') != std::wstring::npos) {
+        return false;
+    }
+    bool lossless = false;
+    out = toIString(name).asMultibyte(kyString::kMultibyte, &lossless);
+    return lossless;
+}
+
+std::wstring toWide(const char* text) {
+    return kyString::IString(text).str();
+}
+
+Filename filenameFrom(const char* name) {
+    return Filename(kyString::IString(name != nullptr ? name : ""));
+}
+
+Filename filenameFrom(const wchar_t* name) {
+    return Filename(kyString::IString(name != nullptr ? name : L""));
+}
+
 int writeAll(int fd, const void* buffer, std::size_t size, int* error) {
     FileCalls& calls = fileCalls();
     const char* at = static_cast<const char*>(buffer);
@@ -71,14 +96,6 @@ bool nameExists(const std::wstring& name) {
     return retryInterrupted([&] { return fileCalls().stat(name, &info, &error); }, &error) == 0;
 }
 
-bool removeIfExists(const std::wstring& name) {
-    if (!nameExists(name)) {
-        return true;
-    }
-    int error = 0;
-    return retryInterrupted([&] { return fileCalls().unlink(name, &error); }, &error) == 0;
-}
-
 bool removeLeftover(const std::wstring& name) {
     FileCalls& calls = fileCalls();
     for (int attempt = 0; attempt < 2; ++attempt) {
@@ -92,7 +109,7 @@ bool removeLeftover(const std::wstring& name) {
 }
 
 kyUtil::Error runtimeError(int error) {
-    return kyUtil::Error(14, kyString::IString(fileCalls().runtimeErrorText(error).c_str()));
+    return kyUtil::Error(14, toIString(fileCalls().runtimeErrorText(error)));
 }
 
 } // namespace detail

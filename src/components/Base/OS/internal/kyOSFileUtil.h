@@ -4,6 +4,7 @@
 
 #include <Base/OS/internal/kyOSFileCalls.h>
 #include <Base/OS/kyOSFilename.h>
+#include <Base/String/kyStringIString.h>
 #include <Base/Utility/kyUtilError.h>
 
 #include <cerrno>
@@ -12,6 +13,18 @@
 
 namespace kyOS {
 namespace detail {
+
+/// The wide text as the library's string (embedded NULs kept).
+kyString::IString toIString(const std::wstring& s);
+/// The name in the process's code page (the C library's locale on POSIX systems); false
+/// when it holds a NUL or a character the code page cannot express, since the system would
+/// otherwise be asked about a different name.
+bool toNarrow(const std::wstring& name, std::string& out);
+/// Narrow text in the process's code page, widened.
+std::wstring toWide(const char* text);
+/// The name of a C caller's narrow or wide argument; null counts as empty.
+Filename filenameFrom(const char* name);
+Filename filenameFrom(const wchar_t* name);
 
 /// How often an interrupted call is made again before its failure counts. A bound, because
 /// on Windows the Win32 calls report their own codes and one of them has EINTR's number.
@@ -42,8 +55,6 @@ KY_BASE_API int syncFile(const std::wstring& name, int* error);
 KY_BASE_API void closeQuietly(int fd);
 /// True when the name exists (a failing query counts as missing).
 KY_BASE_API bool nameExists(const std::wstring& name);
-/// Deletes a file if it exists; true when it is gone afterwards.
-KY_BASE_API bool removeIfExists(const std::wstring& name);
 /// Deletes a file the library made for its own use (a reserved name, a temp or backup file)
 /// once it is no longer needed. No query first, and a failed delete is tried once more: such
 /// a file is litter nobody will look for. True when the name is gone.
