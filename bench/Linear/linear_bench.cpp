@@ -1,10 +1,10 @@
 // linear_bench.cpp - kyLinear matrix inversion and point transformation, side by side with
-// Eigen in the same run. Prints the median times and the speed ratio (Eigen time / Base time:
-// above 1 means Base is faster).
+// Eigen in the same run. The shared main prints the speed ratio of the medians (Eigen time /
+// Base time: above 1 means Base is faster).
 #include <Base/Linear/kyLinearAffineMatrix.h>
 #include <Base/Linear/kyLinearProjMatrix.h>
 
-#include <benchmark/benchmark.h>
+#include <kyBenchSupport.h>
 
 #if defined(KY_BENCH_HAVE_EIGEN)
 #include <Eigen/Geometry>
@@ -13,8 +13,6 @@
 
 #include <cmath>
 #include <cstdint>
-#include <cstdio>
-#include <map>
 #include <random>
 #include <string>
 #include <vector>
@@ -305,111 +303,52 @@ void eigenProjPoints(benchmark::State& state) {
 
 #endif
 
-// Median wall-clock and CPU times of one benchmark.
-struct Times {
-    double real = 0;
-    double cpu = 0;
-};
-
-// Passes everything to the console and keeps the median times of each benchmark.
-class MedianReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
-            const bool single = run.run_type == Run::RT_Iteration && run.repetitions <= 1;
-            if (median || single) {
-                medians[run.run_name.function_name] = {run.GetAdjustedRealTime(),
-                                                       run.GetAdjustedCPUTime()};
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-    std::map<std::string, Times> medians;
-};
-
-} // namespace
-
-int main(int argc, char** argv) {
+// Cases are named "<case>/base" and "<case>/eigen" for the shared main, which prints the
+// ratio of the medians (Eigen time / Base time) against the goal of 0.8.
+const bool kRegistered = [] {
     struct Pair {
         const char* name;
         void (*base)(benchmark::State&);
         void (*eigen)(benchmark::State&);
     };
-    const Pair pairs[] = {
 #if defined(KY_BENCH_HAVE_EIGEN)
+    const Pair pairs[] = {
         {"affine_inverse", baseAffineInverse, eigenAffineInverse},
         {"rigid_inverse", baseRigidInverse, eigenRigidInverse},
         {"proj_inverse", baseProjInverse, eigenProjInverse},
         {"proj_invert", baseProjInvert, eigenProjInverse},
         {"affine_points_1M", baseAffinePoints, eigenAffinePoints},
         {"proj_points_1M", baseProjPoints, eigenProjPoints},
+    };
 #else
+    const Pair pairs[] = {
         {"affine_inverse", baseAffineInverse, nullptr},
         {"rigid_inverse", baseRigidInverse, nullptr},
         {"proj_inverse", baseProjInverse, nullptr},
         {"proj_invert", baseProjInvert, nullptr},
         {"affine_points_1M", baseAffinePoints, nullptr},
         {"proj_points_1M", baseProjPoints, nullptr},
-#endif
     };
-    // Interleaved, so both sides of a pair see the same machine load.
-    for (const Pair& p : pairs) {
-        benchmark::RegisterBenchmark((std::string(p.name) + "/Base").c_str(), p.base);
-        if (p.eigen != nullptr) {
-            benchmark::RegisterBenchmark((std::string(p.name) + "/Eigen").c_str(), p.eigen);
-        }
-    }
-#if defined(KY_BENCH_HAVE_EIGEN)
-    benchmark::RegisterBenchmark("affine_points_1M/EigenBulk", eigenAffinePointsBulk);
 #endif
-
-    // Defaults for a noisy machine: many short repetitions, run in random order so that both
-    // sides of a pair see the same changes of load, and medians. Flags given later win.
-    std::vector<char*> args(argv, argv + argc);
-    std::string reps = "--benchmark_repetitions=15";
-    std::string aggregates = "--benchmark_report_aggregates_only=true";
-    std::string minTime = "--benchmark_min_time=0.05";
-    std::string interleave = "--benchmark_enable_random_interleaving=true";
-    args.insert(args.begin() + 1, {&reps[0], &aggregates[0], &minTime[0], &interleave[0]});
-    int count = static_cast<int>(args.size());
-    benchmark::Initialize(&count, args.data());
-    if (benchmark::ReportUnrecognizedArguments(count, args.data())) {
-        return 1;
-    }
-    MedianReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    benchmark::Shutdown();
-
-    // CPU time is the steadier measure on a shared machine (it leaves out time the process
-    // waited for a core); wall-clock time is shown beside it.
-    std::printf("\nSummary: median time per item, CPU (wall); ratio = Eigen time / Base time, "
-                "so above 1 means Base is faster (goal: at least 0.8)\n");
-    auto line = [](const char* name, const char* other, const Times& base, const Times& eigen,
-                   double items) {
-        std::printf(
-            "  %-17s Base %6.2f (%6.2f) ns   %-10s %6.2f (%6.2f) ns   ratio %.2fx (%.2fx)\n", name,
-            base.cpu / items, base.real / items, other, eigen.cpu / items, eigen.real / items,
-            eigen.cpu / base.cpu, eigen.real / base.real);
-    };
     for (const Pair& p : pairs) {
         const std::string name(p.name);
-        const double items = name.find("points") != std::string::npos ? kPoints : kMatrices;
-        const auto base = reporter.medians.find(name + "/Base");
-        if (base == reporter.medians.end()) {
-            continue;
+        benchmark::RegisterBenchmark((name + "/base").c_str(), p.base);
+        if (p.eigen != nullptr) {
+            benchmark::RegisterBenchmark((name + "/eigen").c_str(), p.eigen);
         }
-        const auto eigen = reporter.medians.find(name + "/Eigen");
-        if (eigen == reporter.medians.end()) {
-            std::printf("  %-17s Base %6.2f (%6.2f) ns   (Eigen not measured)\n", p.name,
-                        base->second.cpu / items, base->second.real / items);
-            continue;
-        }
-        line(p.name, "Eigen", base->second, eigen->second, items);
-        const auto bulk = reporter.medians.find(name + "/EigenBulk");
-        if (bulk != reporter.medians.end()) {
-            line(p.name, "Eigen 3xN", base->second, bulk->second, items);
-        }
+        kybench::goal(name, "eigen", 0.8);
     }
-    return 0;
+#if defined(KY_BENCH_HAVE_EIGEN)
+    // Eigen on one 3 x N matrix of all points: shown, not a goal.
+    benchmark::RegisterBenchmark("affine_points_1M/eigen_bulk", eigenAffinePointsBulk);
+    kybench::goal("affine_points_1M", "eigen_bulk", 0);
+#endif
+    return true;
+}();
+
+} // namespace
+
+// Many repetitions: the in-memory timings are short and the machine is shared.
+int main(int argc, char** argv) {
+    return kybench::runBenchmarks(argc, argv, 15);
 }

@@ -244,15 +244,5 @@ const bool kGoals[] = {
 // Disk and page-cache timings vary far more than in-memory ones: 15 repetitions unless the
 // command line says otherwise.
 int main(int argc, char** argv) {
-    std::vector<char*> args(argv, argv + argc);
-    bool hasRepetitions = false;
-    for (int i = 1; i < argc; ++i) {
-        hasRepetitions |= std::strncmp(argv[i], "--benchmark_repetitions", 23) == 0;
-    }
-    static char repetitions[] = "--benchmark_repetitions=15";
-    if (!hasRepetitions) {
-        args.push_back(repetitions);
-    }
-    args.push_back(nullptr);
-    return kybench::runBenchmarks(static_cast<int>(args.size()) - 1, args.data());
+    return kybench::runBenchmarks(argc, argv, 15);
 }

@@ -1,10 +1,11 @@
 // strings_bench.cpp - UTF-8 conversions against glibc's iconv, interning against
-// std::unordered_set, CString::format against snprintf; prints the ratios of the medians.
+// std::unordered_set, CString::format against snprintf; the shared main prints the ratios of
+// the medians against the goals.
 #include <Base/String/kyStringCString.h>
 #include <Base/String/kyStringConvert.h>
 #include <Base/String/kyStringIntern.h>
 
-#include <benchmark/benchmark.h>
+#include <kyBenchSupport.h>
 
 #if KY_BENCH_HAVE_ICONV
 #include <iconv.h>
@@ -12,7 +13,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <map>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -52,8 +52,8 @@ std::wstring toWide(const std::string& utf8) {
     return out;
 }
 
-void BM_UTF8ToWide_Base(benchmark::State& state) {
-    const std::string text = makeText(static_cast<int>(state.range(0)));
+void BM_UTF8ToWide_Base(benchmark::State& state, int kind) {
+    const std::string text = makeText(kind);
     std::vector<wchar_t> out(text.size() + 1);
     for (auto _ : state) {
         bool lossless = false;
@@ -64,11 +64,11 @@ void BM_UTF8ToWide_Base(benchmark::State& state) {
         benchmark::DoNotOptimize(out.data());
     }
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
-    state.SetLabel(kKindNames[state.range(0)]);
+    state.SetLabel(kKindNames[kind]);
 }
 
-void BM_WideToUTF8_Base(benchmark::State& state) {
-    const std::wstring wide = toWide(makeText(static_cast<int>(state.range(0))));
+void BM_WideToUTF8_Base(benchmark::State& state, int kind) {
+    const std::wstring wide = toWide(makeText(kind));
     std::vector<char> out(wide.size() * 4 + 1);
     for (auto _ : state) {
         bool lossless = false;
@@ -80,12 +80,12 @@ void BM_WideToUTF8_Base(benchmark::State& state) {
     }
     state.SetBytesProcessed(
         static_cast<int64_t>(state.iterations() * wide.size() * sizeof(wchar_t)));
-    state.SetLabel(kKindNames[state.range(0)]);
+    state.SetLabel(kKindNames[kind]);
 }
 
 #if KY_BENCH_HAVE_ICONV
-void BM_UTF8ToWide_Iconv(benchmark::State& state) {
-    const std::string text = makeText(static_cast<int>(state.range(0)));
+void BM_UTF8ToWide_Iconv(benchmark::State& state, int kind) {
+    const std::string text = makeText(kind);
     std::vector<wchar_t> out(text.size() + 1);
     iconv_t cd = iconv_open("WCHAR_T", "UTF-8");
     if (cd == reinterpret_cast<iconv_t>(-1)) {
@@ -104,11 +104,11 @@ void BM_UTF8ToWide_Iconv(benchmark::State& state) {
     }
     iconv_close(cd);
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * text.size()));
-    state.SetLabel(kKindNames[state.range(0)]);
+    state.SetLabel(kKindNames[kind]);
 }
 
-void BM_WideToUTF8_Iconv(benchmark::State& state) {
-    const std::wstring wide = toWide(makeText(static_cast<int>(state.range(0))));
+void BM_WideToUTF8_Iconv(benchmark::State& state, int kind) {
+    const std::wstring wide = toWide(makeText(kind));
     std::vector<char> out(wide.size() * 4 + 1);
     iconv_t cd = iconv_open("UTF-8", "WCHAR_T");
     if (cd == reinterpret_cast<iconv_t>(-1)) {
@@ -128,7 +128,7 @@ void BM_WideToUTF8_Iconv(benchmark::State& state) {
     iconv_close(cd);
     state.SetBytesProcessed(
         static_cast<int64_t>(state.iterations() * wide.size() * sizeof(wchar_t)));
-    state.SetLabel(kKindNames[state.range(0)]);
+    state.SetLabel(kKindNames[kind]);
 }
 #endif
 
@@ -214,95 +214,36 @@ void BM_Format_Snprintf(benchmark::State& state) {
     }
 }
 
-constexpr int kRepetitions = 7;
-
-BENCHMARK(BM_UTF8ToWide_Base)
-    ->DenseRange(0, 2)
-    ->Repetitions(kRepetitions)
-    ->ReportAggregatesOnly(true);
-BENCHMARK(BM_WideToUTF8_Base)
-    ->DenseRange(0, 2)
-    ->Repetitions(kRepetitions)
-    ->ReportAggregatesOnly(true);
+// Cases are named "<case>/base" and "<case>/<baseline>" for the shared main, which prints
+// the ratios of the medians against these goals.
+const bool kRegistered = [] {
+    for (int kind = 0; kind < 3; ++kind) {
+        const std::string toWide = std::string("utf8_to_wide/") + kKindNames[kind];
+        const std::string toUTF8 = std::string("wide_to_utf8/") + kKindNames[kind];
+        benchmark::RegisterBenchmark((toWide + "/base").c_str(), BM_UTF8ToWide_Base, kind);
+        benchmark::RegisterBenchmark((toUTF8 + "/base").c_str(), BM_WideToUTF8_Base, kind);
 #if KY_BENCH_HAVE_ICONV
-BENCHMARK(BM_UTF8ToWide_Iconv)
-    ->DenseRange(0, 2)
-    ->Repetitions(kRepetitions)
-    ->ReportAggregatesOnly(true);
-BENCHMARK(BM_WideToUTF8_Iconv)
-    ->DenseRange(0, 2)
-    ->Repetitions(kRepetitions)
-    ->ReportAggregatesOnly(true);
+        benchmark::RegisterBenchmark((toWide + "/iconv").c_str(), BM_UTF8ToWide_Iconv, kind);
+        benchmark::RegisterBenchmark((toUTF8 + "/iconv").c_str(), BM_WideToUTF8_Iconv, kind);
 #endif
-BENCHMARK(BM_InternLookup_Base)->Repetitions(kRepetitions)->ReportAggregatesOnly(true);
-BENCHMARK(BM_InternLookupChars_Base)->Repetitions(kRepetitions)->ReportAggregatesOnly(true);
-BENCHMARK(BM_InternLookup_UnorderedSet)->Repetitions(kRepetitions)->ReportAggregatesOnly(true);
-BENCHMARK(BM_Format_Base)->Repetitions(kRepetitions)->ReportAggregatesOnly(true);
-BENCHMARK(BM_Format_Snprintf)->Repetitions(kRepetitions)->ReportAggregatesOnly(true);
-
-// Keeps the median time of every benchmark so that the summary can print the ratios.
-class MedianReporter : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median") {
-                medians_[run.run_name.function_name + "/" + run.run_name.args] =
-                    run.GetAdjustedCPUTime();
-            }
-        }
-        ConsoleReporter::ReportRuns(runs);
+        // At least 3x iconv on ASCII and 1.5x on CJK; mixed European text is shown only.
+        const double goal = kind == 0 ? 3.0 : (kind == 2 ? 1.5 : 0.0);
+        kybench::goal(toWide, "iconv", goal);
+        kybench::goal(toUTF8, "iconv", goal);
     }
-
-    void summary() const {
-        std::printf("\nSummary of median CPU times (ratio = baseline / Base; > 1 means Base is "
-                    "faster)\n");
-        for (int kind = 0; kind < 3; ++kind) {
-            const std::string arg = std::to_string(kind);
-            ratio("UTF-8 -> wide", kKindNames[kind], "BM_UTF8ToWide_Iconv/" + arg,
-                  "BM_UTF8ToWide_Base/" + arg, "iconv");
-            ratio("wide -> UTF-8", kKindNames[kind], "BM_WideToUTF8_Iconv/" + arg,
-                  "BM_WideToUTF8_Base/" + arg, "iconv");
-        }
-        ratio("intern(CString)", "10000 names", "BM_InternLookup_UnorderedSet/",
-              "BM_InternLookup_Base/", "unordered_set<string>");
-        ratio("intern(char*)", "10000 names", "BM_InternLookup_UnorderedSet/",
-              "BM_InternLookupChars_Base/", "unordered_set<string>");
-        ratio("format", "\"%s_%04d: %.3f\"", "BM_Format_Snprintf/", "BM_Format_Base/",
-              "snprintf into std::string");
-    }
-
-private:
-    void ratio(const char* what, const char* data, const std::string& baseline,
-               const std::string& ours, const char* baselineName) const {
-        const auto b = medians_.find(baseline);
-        const auto o = medians_.find(ours);
-        if (b == medians_.end() || o == medians_.end() || o->second <= 0) {
-            std::printf("  %-15s %-22s (baseline %s not measured)\n", what, data, baselineName);
-            return;
-        }
-        std::printf("  %-15s %-22s Base %10.1f ns  %-26s %10.1f ns  ratio %.2fx\n", what, data,
-                    o->second, baselineName, b->second, b->second / o->second);
-    }
-
-    std::map<std::string, double> medians_;
-};
+    benchmark::RegisterBenchmark("intern/base", BM_InternLookup_Base);
+    benchmark::RegisterBenchmark("intern/unordered_set", BM_InternLookup_UnorderedSet);
+    benchmark::RegisterBenchmark("intern_chars/base", BM_InternLookupChars_Base);
+    benchmark::RegisterBenchmark("intern_chars/unordered_set", BM_InternLookup_UnorderedSet);
+    benchmark::RegisterBenchmark("format/base", BM_Format_Base);
+    benchmark::RegisterBenchmark("format/snprintf", BM_Format_Snprintf);
+    // Interned look-up no slower than the unordered set.
+    kybench::goal("intern", "unordered_set", 1.0);
+    kybench::goal("intern_chars", "unordered_set", 1.0);
+    kybench::goal("format", "snprintf", 0);
+    return true;
+}();
 
 } // namespace
 
-int main(int argc, char** argv) {
-    // Repetitions of the compared benchmarks are interleaved, so that load from elsewhere on a
-    // shared machine falls on both sides of a ratio alike.
-    std::vector<char*> args(argv, argv + argc);
-    char interleave[] = "--benchmark_enable_random_interleaving=true";
-    args.insert(args.begin() + 1, interleave);
-    int count = static_cast<int>(args.size());
-    benchmark::Initialize(&count, args.data());
-    if (benchmark::ReportUnrecognizedArguments(count, args.data())) {
-        return 1;
-    }
-    MedianReporter reporter;
-    benchmark::RunSpecifiedBenchmarks(&reporter);
-    reporter.summary();
-    benchmark::Shutdown();
-    return 0;
-}
+KY_BENCHMARK_MAIN()

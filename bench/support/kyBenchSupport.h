@@ -4,7 +4,8 @@
 //
 // Name benchmarks "<case>/base" and "<case>/<baseline>" (for example "hash_map/insert/std")
 // and register goals with kybench::goal("<case>", "<baseline>", minimumSpeedRatio). A ratio
-// above 1 means Base is faster. Run with --benchmark_repetitions=N to change the default of 7.
+// above 1 means Base is faster. Run with --benchmark_repetitions=N to change the default (7,
+// or what the program passes to runBenchmarks).
 #ifndef KY_BENCH_SUPPORT_H
 #define KY_BENCH_SUPPORT_H
 
@@ -86,18 +87,19 @@ inline int printRatios(const std::map<std::string, double>& medians) {
     return missed;
 }
 
-/// The benchmark program's main: repetitions, random interleaving, medians, ratios.
-inline int runBenchmarks(int argc, char** argv) {
+/// The benchmark program's main: repetitions (`defaultRepetitions` unless the command line
+/// gives a number), random interleaving, medians, ratios.
+inline int runBenchmarks(int argc, char** argv, int defaultRepetitions = 7) {
     std::vector<char*> args(argv, argv + argc);
     bool hasRepetitions = false;
     for (int i = 1; i < argc; ++i) {
         hasRepetitions |= std::strncmp(argv[i], "--benchmark_repetitions", 23) == 0;
     }
-    static char repetitions[] = "--benchmark_repetitions=7";
+    std::string repetitions = "--benchmark_repetitions=" + std::to_string(defaultRepetitions);
     static char interleave[] = "--benchmark_enable_random_interleaving=true";
     static char aggregatesOnly[] = "--benchmark_report_aggregates_only=true";
     if (!hasRepetitions) {
-        args.push_back(repetitions);
+        args.push_back(&repetitions[0]);
     }
     args.push_back(interleave);
     args.push_back(aggregatesOnly);

@@ -79,33 +79,33 @@ bool Error::operator==(const Error& other) const {
     return *message_ == *other.message_;
 }
 
-void Error::setMsg(const char* format, va_list args) {
-    delete message_;
-    message_ = nullptr;
+namespace {
+
+// The formatted message, or null when there is none: no format, an empty result or no memory
+// (the code then stands alone).
+template <typename Char>
+kyString::IString* formatMessage(const Char* format, va_list args) {
     if (!format || !*format) {
-        return;
+        return nullptr;
     }
     kyString::IString* message = new (std::nothrow) kyString::IString();
     if (!message || !message->valid() || message->vformat(format, args) == 0xFFFFFFFFu) {
-        // Out of memory or an empty result: the code stands alone.
         delete message;
-        return;
+        return nullptr;
     }
-    message_ = message;
+    return message;
+}
+
+} // namespace
+
+void Error::setMsg(const char* format, va_list args) {
+    delete message_;
+    message_ = formatMessage(format, args);
 }
 
 void Error::setMsg(const wchar_t* format, va_list args) {
     delete message_;
-    message_ = nullptr;
-    if (!format || !*format) {
-        return;
-    }
-    kyString::IString* message = new (std::nothrow) kyString::IString();
-    if (!message || !message->valid() || message->vformat(format, args) == 0xFFFFFFFFu) {
-        delete message;
-        return;
-    }
-    message_ = message;
+    message_ = formatMessage(format, args);
 }
 
 } // namespace kyUtil
