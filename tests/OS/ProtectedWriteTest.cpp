@@ -226,8 +226,7 @@ TEST_F(ProtectedWriteTest, TemporaryDirectoryIsAFile) { // status 3
 std::wstring gFixedTemp;
 int fixedTempFile(const std::wstring&, const std::wstring&, std::wstring& out, int* error) {
     out = gFixedTemp;
-    const int fd = nativeFileCalls().open(
-        out, kyOS::detail::kNativeWrite | kyOS::detail::kNativeCreate, error);
+    const int fd = nativeFileCalls().open(out, kyOS::kWrite | kyOS::kCreate, error);
     if (fd < 0) {
         return -1;
     }

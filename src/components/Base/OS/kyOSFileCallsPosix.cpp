@@ -2,6 +2,7 @@
 #include <Base/OS/internal/kyOSFileCalls.h>
 #include <Base/OS/internal/kyOSFileUtil.h>
 #include <Base/OS/internal/kyOSPath.h>
+#include <Base/OS/kyOSFile.h>
 
 #include <Base/String/kyStringIString.h>
 
@@ -42,19 +43,19 @@ int posixOpen(const std::wstring& name, int flags, int* error) {
     }
     KY_NARROW(name, narrow)
     int oflags = O_CLOEXEC;
-    const bool reading = (flags & kNativeRead) != 0;
-    const bool writing = (flags & (kNativeWrite | kNativeAppend)) != 0;
+    const bool reading = (flags & kRead) != 0;
+    const bool writing = (flags & (kWrite | kAppend)) != 0;
     oflags |= reading && writing ? O_RDWR : (writing ? O_WRONLY : O_RDONLY);
-    if ((flags & kNativeCreate) != 0) {
+    if ((flags & kCreate) != 0) {
         oflags |= O_CREAT;
     }
-    if ((flags & kNativeTruncate) != 0) {
+    if ((flags & kTruncate) != 0) {
         oflags |= O_TRUNC;
     }
-    if ((flags & kNativeExclusive) != 0) {
+    if ((flags & kExclusive) != 0) {
         oflags |= O_EXCL;
     }
-    if ((flags & kNativeAppend) != 0) {
+    if ((flags & kAppend) != 0) {
         oflags |= O_APPEND;
     }
     const int fd = ::open(narrow.c_str(), oflags, 0666);
@@ -233,8 +234,8 @@ int posixCopyFile(const std::wstring& from, const std::wstring& to, bool failIfE
         return -1;
     }
     FileCalls& calls = fileCalls();
-    const int in = static_cast<int>(
-        retryInterrupted([&] { return calls.open(from, kNativeRead, error); }, error));
+    const int in =
+        static_cast<int>(retryInterrupted([&] { return calls.open(from, kRead, error); }, error));
     if (in < 0) {
         return -1;
     }
@@ -250,8 +251,7 @@ int posixCopyFile(const std::wstring& from, const std::wstring& to, bool failIfE
         *error = EISDIR;
         return -1;
     }
-    const int flags =
-        kNativeWrite | kNativeCreate | (failIfExists ? kNativeExclusive : kNativeTruncate);
+    const int flags = kWrite | kCreate | (failIfExists ? kExclusive : kTruncate);
     const int out =
         static_cast<int>(retryInterrupted([&] { return calls.open(to, flags, error); }, error));
     if (out < 0) {

@@ -2,6 +2,7 @@
 #include <Base/OS/internal/kyOSFileCalls.h>
 #include <Base/OS/internal/kyOSFileUtil.h>
 #include <Base/OS/internal/kyOSPath.h>
+#include <Base/OS/kyOSFile.h>
 
 #include <Base/String/kyStringIString.h>
 
@@ -75,19 +76,19 @@ int winOpen(const std::wstring& name, int flags, int* error) {
         return -1;
     }
     int oflags = _O_BINARY | _O_NOINHERIT;
-    const bool reading = (flags & kNativeRead) != 0;
-    const bool writing = (flags & (kNativeWrite | kNativeAppend)) != 0;
+    const bool reading = (flags & kRead) != 0;
+    const bool writing = (flags & (kWrite | kAppend)) != 0;
     oflags |= reading && writing ? _O_RDWR : (writing ? _O_WRONLY : _O_RDONLY);
-    if ((flags & kNativeCreate) != 0) {
+    if ((flags & kCreate) != 0) {
         oflags |= _O_CREAT;
     }
-    if ((flags & kNativeTruncate) != 0) {
+    if ((flags & kTruncate) != 0) {
         oflags |= _O_TRUNC;
     }
-    if ((flags & kNativeExclusive) != 0) {
+    if ((flags & kExclusive) != 0) {
         oflags |= _O_EXCL;
     }
-    if ((flags & kNativeAppend) != 0) {
+    if ((flags & kAppend) != 0) {
         oflags |= _O_APPEND;
     }
     int fd = -1;

@@ -114,12 +114,8 @@ kyUtil::Error LocalFileTransport::open(int mode) {
     if (tooLong()) {
         return File::getError(12);
     }
-    int flags = (reading ? kNativeRead : 0) | (writing ? kNativeWrite : 0);
-    if (writing) {
-        flags |=
-            ((mode & kCreate) ? kNativeCreate : 0) | ((mode & kTruncate) ? kNativeTruncate : 0) |
-            ((mode & kExclusive) ? kNativeExclusive : 0) | ((mode & kAppend) ? kNativeAppend : 0);
-    }
+    // The modifiers only mean something to a writer.
+    const int flags = writing ? mode : kRead;
     int error = 0;
     const std::wstring name = native();
     const int fd = static_cast<int>(

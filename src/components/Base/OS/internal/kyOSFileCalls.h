@@ -13,16 +13,6 @@
 namespace kyOS {
 namespace detail {
 
-/// Flags of `FileCalls::open`.
-enum NativeOpenFlags {
-    kNativeRead = 1,
-    kNativeWrite = 2,
-    kNativeCreate = 4,
-    kNativeTruncate = 8,
-    kNativeExclusive = 16,
-    kNativeAppend = 32,
-};
-
 /// What the system tells about a name (`FileCalls::stat`).
 struct NativeStat {
     bool isDirectory;
@@ -44,7 +34,8 @@ struct NativeStat {
 /// `FaultHook` that every native entry consults first (one predictable branch when none is
 /// installed), and put the native table back afterwards.
 struct FileCalls {
-    int (*open)(const std::wstring& name, int flags, int* error); ///< a descriptor
+    /// A descriptor; `flags` are `OpenMode` bits (kyOSFile.h).
+    int (*open)(const std::wstring& name, int flags, int* error);
     long long (*read)(int fd, void* buffer, std::size_t size, int* error);
     long long (*write)(int fd, const void* buffer, std::size_t size, int* error);
     long long (*seek)(int fd, long long offset, int origin, int* error); ///< the new offset

@@ -1,5 +1,6 @@
 // kyOSFileUtil.cpp - small helpers shared by the file layer's implementation files.
 #include <Base/OS/internal/kyOSFileUtil.h>
+#include <Base/OS/kyOSFile.h>
 
 #include <Base/String/kyStringIString.h>
 
@@ -71,8 +72,8 @@ long long readFully(int fd, void* buffer, std::size_t size, int* error) {
 
 int syncFile(const std::wstring& name, int* error) {
     FileCalls& calls = fileCalls();
-    const int fd = static_cast<int>(
-        retryInterrupted([&] { return calls.open(name, kNativeWrite, error); }, error));
+    const int fd =
+        static_cast<int>(retryInterrupted([&] { return calls.open(name, kWrite, error); }, error));
     if (fd < 0) {
         return -1;
     }
