@@ -150,7 +150,8 @@ Attempt formatLoop(std::basic_string<C>& out, unsigned int initialSize, const C*
     }
 }
 
-std::wstring widen(const char* text) {
+// Text in the other width, with "?" for what the locale cannot convert.
+std::wstring converted(const char* text) {
     std::wstring out;
     const unsigned int n = MBStoWCS(text, 0xFFFFFFFFu, nullptr, 0, nullptr);
     if (n > 0) {
@@ -160,7 +161,7 @@ std::wstring widen(const char* text) {
     return out;
 }
 
-std::string narrowed(const wchar_t* text) {
+std::string converted(const wchar_t* text) {
     std::string out;
     const unsigned int n = WCStoMBS(text, 0xFFFFFFFFu, nullptr, 0, nullptr);
     if (n > 0) {
@@ -170,22 +171,25 @@ std::string narrowed(const wchar_t* text) {
     return out;
 }
 
-} // namespace
-
-bool formatNarrow(std::string& out, unsigned int initialSize, const char* fmt, va_list args) {
+// Formats in the width of `fmt`. When an argument of the other width cannot be converted by
+// the locale ("%S" in a narrow format, "%s" in a wide one), formats in the other width, where
+// that argument passes through, and converts the whole result, with "?" for what the locale
+// cannot convert.
+template <class C, class Other, class AttemptC, class AttemptOther>
+bool formatEither(std::basic_string<C>& out, unsigned int initialSize, const C* fmt, va_list args,
+                  AttemptC attempt, AttemptOther attemptOther) {
     if (!fmt) {
         return false;
     }
-    Attempt r = formatLoop(out, initialSize, fmt, args, attemptNarrow);
+    Attempt r = formatLoop(out, initialSize, fmt, args, attempt);
     if (r == Attempt::kEncoding) {
-        // A "%S"/"%C" argument the locale cannot encode: format wide, then narrow with "?".
-        std::wstring wide;
+        std::basic_string<Other> other;
         va_list copy;
         va_copy(copy, args);
-        r = formatLoop(wide, initialSize, widen(fmt).c_str(), copy, attemptWide);
+        r = formatLoop(other, initialSize, converted(fmt).c_str(), copy, attemptOther);
         va_end(copy);
         if (r == Attempt::kFits) {
-            std::string text = narrowed(wide.c_str());
+            std::basic_string<C> text = converted(other.c_str());
             if (text.empty()) {
                 return false;
             }
@@ -195,28 +199,14 @@ bool formatNarrow(std::string& out, unsigned int initialSize, const char* fmt, v
     return r == Attempt::kFits;
 }
 
+} // namespace
+
+bool formatNarrow(std::string& out, unsigned int initialSize, const char* fmt, va_list args) {
+    return formatEither<char, wchar_t>(out, initialSize, fmt, args, attemptNarrow, attemptWide);
+}
+
 bool formatWide(std::wstring& out, unsigned int initialSize, const wchar_t* fmt, va_list args) {
-    if (!fmt) {
-        return false;
-    }
-    Attempt r = formatLoop(out, initialSize, fmt, args, attemptWide);
-    if (r == Attempt::kEncoding) {
-        // A "%s"/"%c" argument the locale cannot decode: format narrow (bytes pass through),
-        // then widen with "?" for what the locale cannot decode.
-        std::string narrow;
-        va_list copy;
-        va_copy(copy, args);
-        r = formatLoop(narrow, initialSize, narrowed(fmt).c_str(), copy, attemptNarrow);
-        va_end(copy);
-        if (r == Attempt::kFits) {
-            std::wstring text = widen(narrow.c_str());
-            if (text.empty()) {
-                return false;
-            }
-            out.swap(text);
-        }
-    }
-    return r == Attempt::kFits;
+    return formatEither<wchar_t, char>(out, initialSize, fmt, args, attemptWide, attemptNarrow);
 }
 
 } // namespace detail
