@@ -1,0 +1,21 @@
+// kyTCPNetwork.h - helpers the socket classes share with the address code.
+#ifndef KY_TCP_INTERNAL_NETWORK_H
+#define KY_TCP_INTERNAL_NETWORK_H
+
+#include <Base/BaseExport.h>
+#include <Base/TCP/kyTCPAddress.h>
+
+namespace kyTCP {
+namespace detail {
+
+/// The family mask after the environment's say: KY_IPV6_ONLY (when IPv6 works) first, then
+/// KY_IPV4_ONLY (when IPv4 is still in the mask).
+KY_BASE_API int applyFamilyEnvironment(int mask, bool ipv6Only, bool ipv4Only);
+
+/// `Address::getAddrInfo` that also tells the look-up's error.
+addrinfo* lookUp(const Address& address, bool passive, int* error);
+
+} // namespace detail
+} // namespace kyTCP
+
+#endif // KY_TCP_INTERNAL_NETWORK_H
