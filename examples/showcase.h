@@ -12,6 +12,7 @@ void showcasePaths();
 void showcaseFiles();
 void showcaseGetOpt();
 void showcaseSignals();
+void showcaseTCP();
 void showcaseUndo();
 void showcaseLinear();
 

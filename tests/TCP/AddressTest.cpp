@@ -46,6 +46,8 @@ const ParseCase kParseCases[] = {
     {L"255.255.255.254", kNumeric, -1, L"255.255.255.254"},
     {L"1.2.3.4.5", kName, -1, L"1.2.3.4.5"},
     {L"256.1.1.1", kName, -1, L"256.1.1.1"},
+    {L"1.2.3.4 x", kName, -1, L"1.2.3.4 x"},
+    {L"0x7f.1", kNumeric, -1, L"0x7f.1"},
     {L"localhost:1", kName, 1, L"localhost"},
     {L"caf\u00e9:1", kName, 1, L"caf\u00e9"},
     {L":80", kThrowsEmpty, 0, nullptr},

@@ -41,7 +41,7 @@ const FaultCase kCases[] = {
     {"send broken pipe", Call::kSend, 1, {Fault::kFail, EPIPE, 0}, false, 1},
     {"recv interrupted", Call::kRecv, 1, {Fault::kFail, EINTR, 0}, false, 0},
     {"recv would block", Call::kRecv, 1, {Fault::kFail, EAGAIN, 0}, false, 0},
-    {"short receives", Call::kRecv, 1, {Fault::kShort, 0, 7}, true, 0},
+    {"short receives", Call::kRecv, 1, {Fault::kShort, 0, 1021}, true, 0},
     {"recv reset", Call::kRecv, 3, {Fault::kFail, ECONNRESET, 0}, false, 1},
     {"poll interrupted", Call::kPoll, 1, {Fault::kFail, EINTR, 0}, false, 0},
 };

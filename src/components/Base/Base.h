@@ -9,6 +9,7 @@
 #include <Base/Utility/kyUtilBuildInfo.h>
 #include <Base/Utility/kyUtilError.h>
 #include <Base/Utility/kyUtilInitializer.h>
+#include <Base/Utility/kyUtilInterval.h>
 #include <Base/Utility/kyUtilSplit.h>
 
 // Strings
@@ -50,6 +51,12 @@
 #include <Base/OS/kyOSStopWatch.h>
 #include <Base/OS/kyOSSysInfo.h>
 #include <Base/OS/kyOSUuid.h>
+
+// TCP: addresses, sockets, servers and readiness waiting
+#include <Base/TCP/kyTCPAddress.h>
+#include <Base/TCP/kyTCPServer.h>
+#include <Base/TCP/kyTCPSocket.h>
+#include <Base/TCP/kyTCPWaitReadable.h>
 
 // RTB: signals and bound functions
 #include <Base/RTB/kyRTBFunction.h>

@@ -159,9 +159,11 @@ Address::Address(const kyString::IString& host, int port) : Address() {
 void Address::classify(const kyString::IString& host) {
     bool lossless = true;
     const char* narrow = host.asMultibyte(kyString::kMultibyte, &lossless);
-    // Text the parser cannot see whole (an embedded NUL, characters the code page lacks) is a
-    // name.
-    const bool whole = lossless && host.str().find(L'\0') == std::wstring::npos;
+    // Only the characters of a dotted quad (decimal, octal or hex parts) reach the parser: some
+    // parsers stop at white space and accept whatever follows, which would make "1.2.3.4 x"
+    // numeric on one platform and a name on another.
+    const bool whole = lossless && host.str().find_first_not_of(L"0123456789abcdefABCDEFxX.") ==
+                                       std::wstring::npos;
     if (whole && detail::socketCalls().parseDottedQuad(narrow)) {
         numbersAndDotsCached_ = true;
         numbersAndDots_ = host;
