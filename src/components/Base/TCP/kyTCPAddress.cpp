@@ -93,24 +93,7 @@ int applyFamilyEnvironment(int mask, bool ipv6Only, bool ipv4Only) {
 }
 
 addrinfo* lookUp(const Address& address, bool passive, int* error) {
-    SocketCalls& calls = socketCalls();
-    std::string node;
-    const bool hasNode = address.isNumbersAndDotsCached() || address.isNameCached();
-    if (hasNode) {
-        // getAddrInfo never resolves, so the cached texts are what the user gave.
-        Address copy(address);
-        const kyString::IString text = address.isNumbersAndDotsCached()
-                                           ? copy.getNumbersAndDots().first
-                                           : copy.getName().first;
-        node = text.asMultibyte();
-    }
-    const std::string service = std::to_string(address.hasAssignedPort() ? address.getPort() : 0);
-    addrinfo* list = nullptr;
-    if (calls.getAddrInfo(hasNode ? node.c_str() : nullptr, service.c_str(), passive, &list,
-                          error) != 0) {
-        return nullptr;
-    }
-    return list;
+    return address.lookUp(passive, error);
 }
 
 } // namespace detail
@@ -236,7 +219,18 @@ kyUtil::Error Address::resolve() {
 
 addrinfo* Address::getAddrInfo(bool passive) const {
     int error = 0;
-    return detail::lookUp(*this, passive, &error);
+    return lookUp(passive, &error);
+}
+
+addrinfo* Address::lookUp(bool passive, int* error) const {
+    const char* node = numbersAndDotsCached_ ? numbersAndDots_.asMultibyte()
+                       : nameCached_         ? name_.asMultibyte()
+                                             : nullptr;
+    char service[16];
+    std::snprintf(service, sizeof service, "%d", hasAssignedPort() ? port_ : 0);
+    addrinfo* list = nullptr;
+    return detail::socketCalls().getAddrInfo(node, service, passive, &list, error) == 0 ? list
+                                                                                        : nullptr;
 }
 
 const kyString::IString& Address::localhostName() {

@@ -15,6 +15,11 @@ struct addrinfo;
 
 namespace kyTCP {
 
+class Address;
+namespace detail {
+addrinfo* lookUp(const Address& address, bool passive, int* error);
+} // namespace detail
+
 /// Bits of `usableFamilies()`.
 constexpr int kFamilyIPv4 = 1;
 constexpr int kFamilyIPv6 = 2;
@@ -84,7 +89,9 @@ public:
     static const kyString::IString& localhostName();
 
 private:
+    friend addrinfo* detail::lookUp(const Address&, bool, int*);
     void classify(const kyString::IString& host);
+    addrinfo* lookUp(bool passive, int* error) const;
 
     bool numbersAndDotsCached_;
     bool nameCached_;

@@ -6,7 +6,7 @@
 #include <Base/TCP/internal/kyTCPSocketImpl.h>
 
 #include <cstdio>
-#include <vector>
+#include <memory>
 
 namespace kyTCP {
 namespace detail {
@@ -265,26 +265,29 @@ kyUtil::Error ClientSocket::connect() {
         (void)impl.close(); // a new connection replaces the old one
     }
     const int families = usableFamilies();
-    std::vector<Address> candidates;
+    const Address* candidates[2] = {nullptr, nullptr};
+    std::size_t count = 0;
     if ((families & kFamilyIPv4) != 0) {
-        candidates.push_back(address_);
+        candidates[count++] = &address_;
     }
+    std::unique_ptr<Address> ipv6Loopback;
     if (address_.isLocalLoopback() && (families & kFamilyIPv6) != 0) {
-        candidates.push_back(Address(L"::1", address_.getPort()));
+        ipv6Loopback.reset(new Address(L"::1", address_.getPort()));
+        candidates[count++] = ipv6Loopback.get();
     }
-    if (candidates.empty()) {
+    if (count == 0) {
         return kyUtil::Error(2, "connect() failed: No useable protocol families found.");
     }
     SocketCalls& calls = detail::socketCalls();
     kyUtil::Error result;
     int lastError = 0;
     NativeSocket connected = detail::kNoSocket;
-    for (std::size_t c = 0; c < candidates.size() && connected == detail::kNoSocket; ++c) {
+    for (std::size_t c = 0; c < count && connected == detail::kNoSocket; ++c) {
         int error = 0;
-        addrinfo* list = detail::lookUp(candidates[c], false, &error);
+        addrinfo* list = detail::lookUp(*candidates[c], false, &error);
         if (list == nullptr) {
             lastError = error;
-            if (c + 1 == candidates.size()) {
+            if (c + 1 == count) {
                 result = kyUtil::Error(2, "getaddrinfo failed: %S",
                                        calls.addrInfoErrorText(error).c_str());
             }

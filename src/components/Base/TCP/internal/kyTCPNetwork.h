@@ -12,8 +12,7 @@ namespace detail {
 /// KY_IPV4_ONLY (when IPv4 is still in the mask).
 KY_BASE_API int applyFamilyEnvironment(int mask, bool ipv6Only, bool ipv4Only);
 
-/// `Address::getAddrInfo` that also tells the look-up's error.
-addrinfo* lookUp(const Address& address, bool passive, int* error);
+/// `Address::getAddrInfo` that also tells the look-up's error (declared in kyTCPAddress.h).
 
 } // namespace detail
 } // namespace kyTCP

@@ -13,9 +13,14 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 #include <vector>
+
+#ifdef __linux__
+#include <linux/sockios.h> // SIOCOUTQ
+#endif
 
 namespace kyTCP {
 namespace detail {
@@ -71,7 +76,18 @@ int posixClose(NativeSocket s, int* error) {
         ::close(fdOf(s)); // the descriptor is released whatever the call reports
         return -1;
     }
-    // POSIX leaves the descriptor closed after EINTR on Linux; retrying could close another.
+    // Linger means what it means on Windows: close waits (up to its time) only while sent data
+    // is still on its way. Linux would also wait for the acknowledgement of the closing FIN,
+    // which the peer may delay by a timer tick, so linger is switched off when nothing is
+    // outstanding; the connection still closes gracefully in the background.
+#ifdef SIOCOUTQ
+    int outstanding = 0;
+    if (::ioctl(fdOf(s), SIOCOUTQ, &outstanding) == 0 && outstanding == 0) {
+        const linger off = {0, 0};
+        (void)::setsockopt(fdOf(s), SOL_SOCKET, SO_LINGER, &off, sizeof off); // best effort
+    }
+#endif
+    // Linux leaves the descriptor closed after EINTR; retrying could close another one.
     return ::close(fdOf(s)) == 0 ? 0 : failWithErrno(error);
 }
 
