@@ -46,7 +46,10 @@ TEST(Socket, RoundTripOnBothLoopbacks) {
         EXPECT_EQ(local.first.getPort(), remote.first.getPort());
         EXPECT_EQ(p.client->remoteAddress().first.getPort(), p.server.getPort());
         EXPECT_TRUE(p.client->setNoDelay(true).ok());
-        EXPECT_TRUE(p.client->close().ok());
+        ASSERT_TRUE(p.client->write(data.data(), data.size(), nullptr).ok());
+        EXPECT_TRUE(p.client->close().ok()); // what was written still arrives whole
+        ASSERT_TRUE(kytest::readAll(*p.accepted, got, data.size()).ok());
+        EXPECT_TRUE(got == data);
         EXPECT_EQ(p.client->close().code(), 2);
         EXPECT_EQ(kytest::readAll(*p.accepted, got, 1).code(), 3); // the peer closed
     }
