@@ -2,6 +2,7 @@
 #ifndef KY_TCP_INTERNAL_SOCKETIMPL_H
 #define KY_TCP_INTERNAL_SOCKETIMPL_H
 
+#include <Base/BaseExport.h>
 #include <Base/TCP/internal/kyTCPSocketCalls.h>
 #include <Base/Utility/kyImplBase.h>
 #include <Base/Utility/kyUtilError.h>
@@ -11,7 +12,7 @@ namespace kyTCP {
 namespace detail {
 
 /// The system's socket handle and the stream settings. Owns the handle: destruction closes it.
-class SocketImpl : public ky::ImplBase {
+class KY_BASE_API SocketImpl : public ky::ImplBase {
 public:
     explicit SocketImpl(NativeSocket handle = kNoSocket, bool connected = false)
         : handle(handle), connected(connected), throwMode(false) {}
