@@ -264,6 +264,8 @@ TEST(WaitReadable, ReportsReadyAsCodeOneAndKeepsSixtyFour) {
     all.assign(1, clients[10].get());
     EXPECT_TRUE(kyTCP::waitReadable(all, readable, kShort).ok());
     EXPECT_TRUE(readable.empty());
+    all.clear(); // nothing to wait for is a failure, never an endless wait
+    EXPECT_STREQ(kyTCP::waitReadable(all, readable, Interval()).message(), "select() failed");
     // A pending connection makes the server readable.
     w.reset();
     w.add(server);

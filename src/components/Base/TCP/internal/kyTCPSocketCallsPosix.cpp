@@ -209,6 +209,10 @@ int posixPoll(PollEntry* entries, std::size_t count, long long timeoutMicrosecon
     if (injectedFault(SocketCall::kPoll, error)) {
         return -1;
     }
+    if (count == 0) {
+        *error = EINVAL; // as select refuses an empty set on Windows, rather than sleep forever
+        return -1;
+    }
     std::vector<pollfd> fds(count);
     for (std::size_t i = 0; i < count; ++i) {
         fds[i].fd = fdOf(entries[i].socket);
