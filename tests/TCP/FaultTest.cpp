@@ -1,6 +1,8 @@
 // FaultTest.cpp - interrupted, refused and short socket calls through the fault hook.
 #include "TCPTestSupport.h"
 
+#include <Base/TCP/internal/kyTCPNetwork.h>
+
 #include <gtest/gtest.h>
 
 #include <cerrno>
@@ -117,6 +119,71 @@ TEST(Faults, ServerAndClientCallsReportTheirMessages) {
     EXPECT_EQ(e.code(), 2);
     EXPECT_EQ(std::string(e.message()).rfind("Could not set LINGER socket option: ", 0), 0u)
         << e.message();
+}
+
+} // namespace
+
+namespace {
+
+// Replaces entries of the socket-call table for one test and puts the native ones back.
+struct ReplacedCalls {
+    ReplacedCalls() = default;
+    ~ReplacedCalls() { kyTCP::detail::socketCalls() = kyTCP::detail::nativeSocketCalls(); }
+    kyTCP::detail::SocketCalls& operator*() { return kyTCP::detail::socketCalls(); }
+};
+
+int gStartupCode = 0;
+
+TEST(Faults, StartUpFailuresPrintTheirReason) {
+    struct {
+        int code;
+        const char* reason;
+    } const cases[] = {{10014, "internal application error"}, {10036, "operation in progress"},
+                       {10067, "internal limits exceeded"},   {10091, "system not ready"},
+                       {10092, "version 2.2 not supported"},  {10093, "unknown error"}};
+    ReplacedCalls calls;
+    (*calls).startup = [] { return gStartupCode; };
+    for (const auto& c : cases) {
+        gStartupCode = c.code;
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(kyTCP::detail::startNetwork(), 0); // no family without a socket layer
+        EXPECT_EQ(testing::internal::GetCapturedStdout(),
+                  std::string("Cannot initialize Windows Sockets: ") + c.reason);
+    }
+    gStartupCode = 0;
+    EXPECT_EQ(kyTCP::detail::startNetwork(), kyTCP::usableFamilies());
+}
+
+TEST(Faults, CStreamAndPendingConnectErrors) {
+    kytest::LoopbackPair p;
+    ASSERT_TRUE(p.ok());
+    EXPECT_TRUE(p.client->getConnectError().ok());
+    ReplacedCalls calls;
+    (*calls).openCStream = [](kyTCP::detail::NativeSocket, const char*, std::FILE**, int* stage,
+                              int* error) {
+        *stage = *error == 0 ? 1 : 2;
+        *error = errorOf(EPIPE);
+        return -1;
+    };
+    (*calls).pendingError = [](kyTCP::detail::NativeSocket, int* pending, int*) {
+        *pending = kyTCP::detail::nativeSocketCalls().connectionRefusedError;
+        return 0;
+    };
+    std::FILE* f = nullptr;
+    const kyUtil::Error first = p.client->getCStream("rb", &f);
+    EXPECT_EQ(std::string(first.message()).rfind("_open_osfhandle() failed for  socket: ", 0), 0u)
+        << first.message();
+    (*calls).openCStream = [](kyTCP::detail::NativeSocket, const char*, std::FILE**, int* stage,
+                              int*) {
+        *stage = 2;
+        return -1;
+    };
+    EXPECT_STREQ(p.client->getCStream("rb", &f).message(),
+                 "_fdopen() failed for socket file descriptor");
+    EXPECT_EQ(f, nullptr);
+    const kyUtil::Error pending = p.client->getConnectError();
+    EXPECT_EQ(pending.code(), 4);
+    EXPECT_EQ(std::string(pending.message()).rfind("connect() failed: ", 0), 0u);
 }
 
 } // namespace

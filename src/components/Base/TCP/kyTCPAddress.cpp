@@ -29,6 +29,10 @@ const char* startupReason(int code) {
     }
 }
 
+} // namespace
+
+namespace detail {
+
 int startNetwork() {
     detail::SocketCalls& calls = detail::socketCalls();
     const int rc = calls.startup();
@@ -50,6 +54,10 @@ int startNetwork() {
     return detail::applyFamilyEnvironment(mask, std::getenv("KY_IPV6_ONLY") != nullptr,
                                           std::getenv("KY_IPV4_ONLY") != nullptr);
 }
+
+} // namespace detail
+
+namespace {
 
 // atoi's leniency without its undefined overflow: digits up to the first other character.
 int lenientPort(const std::wstring& text, std::size_t from) {
@@ -99,7 +107,7 @@ addrinfo* lookUp(const Address& address, bool passive, int* error) {
 } // namespace detail
 
 int usableFamilies() {
-    static const int mask = startNetwork();
+    static const int mask = detail::startNetwork();
     return mask;
 }
 

@@ -8,6 +8,10 @@
 namespace kyTCP {
 namespace detail {
 
+/// The start-up itself: starts the platform's socket layer (printing why when it cannot) and
+/// probes the families. `usableFamilies` runs it once per process; tests run it again.
+KY_BASE_API int startNetwork();
+
 /// The family mask after the environment's say: KY_IPV6_ONLY (when IPv6 works) first, then
 /// KY_IPV4_ONLY (when IPv4 is still in the mask).
 KY_BASE_API int applyFamilyEnvironment(int mask, bool ipv6Only, bool ipv4Only);
