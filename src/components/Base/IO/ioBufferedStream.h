@@ -148,11 +148,9 @@ public:
     void writeData(const char* data, int length);
     /// Formats with `TN_vsnprintf` into 1,024 bytes (longer output is cut to 1,023) and
     /// writes the text.
-    void printf(const char* format, ...)
-#if defined(__GNUC__)
-        __attribute__((format(printf, 2, 3)))
-#endif
-        ;
+    /// "%s"/"%c" take narrow arguments and "%S"/"%C" wide ones, as everywhere in the library
+    /// (so the compiler's printf checks do not apply).
+    void printf(const char* format, ...);
 
 private:
     bool truncateOnOpen_;

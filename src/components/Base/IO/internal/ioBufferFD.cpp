@@ -136,7 +136,8 @@ void ioBufferFD::close() {
         // The system releases the descriptor whatever close reports, and the call table
         // already treats an interrupted close as done: a second close could only hit a
         // descriptor that another thread has been given meanwhile.
-        if (kyOS::shared::closeDescriptor(fd_, &error) < 0 && error != EINTR) {
+        if (kyOS::shared::closeDescriptor(fd_, &error) < 0 && error != EINTR &&
+            status_ == ioBufferGood) {
             status_ = ioBufferError;
         }
     }
