@@ -60,6 +60,10 @@ TEST(BufferTest, ExactlyFullIsPendingAndOneMoreWritesOneBlock) {
     EXPECT_EQ(b.getTotal(), 9);
     EXPECT_EQ(gProgressCalls, 2);
     EXPECT_EQ(gProgressLast, 9);
+    MemoryBuffer big(false, 8); // more than a block at once: whole blocks, the rest pending
+    big.write("abcdefghijklmnopqrst", 20);
+    EXPECT_EQ(big.blocks, (std::vector<int>{8, 8}));
+    EXPECT_EQ(big.getPosition(), 4);
 }
 
 TEST(BufferTest, BadStatusRefusesTransfersAndReadingBuffersDropWrites) {
