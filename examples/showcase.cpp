@@ -80,6 +80,7 @@ int main() {
     showcaseGetOpt();
     showcaseOS();
     showcaseTCP();
+    showcaseIO();
     showcaseSignals();
     showcaseUndo();
     showcaseLinear();
