@@ -3,6 +3,8 @@
 #include <Base/IO/ioBufferedStream.h>
 #include <Base/IO/ioHeader.h>
 #include <Base/OS/kyOSMemoryIOStream.h>
+#include <Base/TCP/kyTCPServer.h>
+#include <Base/TCP/kyTCPSocket.h>
 
 #include "IOTestSupport.h"
 #include <kyTestProcess.h>
@@ -12,6 +14,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <utility>
 
@@ -284,6 +287,44 @@ TEST_F(StreamTest, HeaderBytesAndReadMethods) {
             EXPECT_STREQ(rest, "rest");
         }
     }
+}
+
+// A packet-file header and text through a real loopback connection, both ends as streams;
+// closing the output stream leaves the socket open (the stream never owns it).
+TEST_F(StreamTest, SocketStreamsCarryBytesBothWaysAndLeaveTheSocketOpen) {
+    kyTCP::Server server(-1, 4);
+    server.setLoopbackOnly();
+    ASSERT_TRUE(server.listen().ok());
+    kyTCP::ClientSocket client(kyTCP::Address("127.0.0.1", server.getPort()));
+    ASSERT_TRUE(client.connect().ok());
+    std::pair<kyTCP::Socket*, kyUtil::Error> a = server.accept(kyUtil::Interval(10, 0));
+    ASSERT_TRUE(a.second.ok());
+    std::unique_ptr<kyTCP::Socket> accepted(a.first);
+    ASSERT_NE(accepted, nullptr);
+
+    ioBufferedStreamOutput out;
+    out.openSocket(&client);
+    ASSERT_TRUE(out.good());
+    ioHeader(ioWriteBinary).writeHeader(out);
+    out.printf("%d %s\n", -42, "over the wire");
+    out.close();
+    ASSERT_TRUE(out.good());
+    EXPECT_TRUE(client.isConnected());
+
+    ioBufferedStreamInput in;
+    in.openSocket(accepted.get());
+    ASSERT_TRUE(in.good());
+    ioHeader h;
+    ASSERT_TRUE(h.readHeader(in));
+    EXPECT_EQ(h.determineReadMethod(), ioReadBinarySameEndian);
+    EXPECT_EQ(in.readInt(), -42);
+    char line[32];
+    in.readLine(line, sizeof line);
+    EXPECT_STREQ(line, "over the wire\n");
+
+    ioBufferedStreamInput none;
+    none.openSocket(nullptr);
+    EXPECT_EQ(none.getStatus(), ioStreamError);
 }
 
 } // namespace
