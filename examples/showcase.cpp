@@ -82,5 +82,6 @@ int main() {
     showcaseSignals();
     showcaseUndo();
     showcaseLinear();
+    showcaseThreads();
     return 0;
 }

@@ -14,5 +14,6 @@ void showcaseGetOpt();
 void showcaseSignals();
 void showcaseUndo();
 void showcaseLinear();
+void showcaseThreads();
 
 #endif // KY_EXAMPLES_SHOWCASE_H
