@@ -52,8 +52,8 @@ void runSum(const char* label) {
     kyUtil::Progress progress;
     alg.setProgress(&progress);
     kyUtil::ThreadPool::get().run(alg);
-    std::printf("%s: sum 1..10,000,000 = %lld, progress %.2f, chunks per thread:", label, alg.sum,
-                progress.value());
+    std::printf("%s: sum 1..10,000,000 = %lld, thread 0 last reported %.2f; chunks per thread:",
+                label, alg.sum, progress.value());
     for (int c : alg.chunksPerThread) {
         std::printf(" %d", c);
     }
