@@ -55,7 +55,8 @@ private:
 ///
 /// Threading: `add`, `wait` and `cancelled` may be called from any thread; `begin`, `reset` and
 /// `setProgress` belong between runs. The progress object's `cancelled()` is polled from the
-/// worker threads (the base `kyUtil::Progress` allows that). Tasks must not throw.
+/// worker threads (the base `kyUtil::Progress` allows that). Tasks must not throw, and must not
+/// call `wait()` on their own queue (a worker would wait for itself).
 class KY_BASE_API StdTaskQueue : public ThreadedTaskQueue {
 public:
     explicit StdTaskQueue(int numThreads);
