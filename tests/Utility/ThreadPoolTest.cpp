@@ -384,6 +384,12 @@ TEST(ThreadsDefaults, SingleThreadedServicesAnswerUntilSomethingIsInstalled) {
     EXPECT_EQ(ThreadedTask::getNumThreads(), 1);
     EXPECT_EQ(&ThreadedTaskQueue::get(), &ThreadedTaskQueue::getSingleThreaded());
     EXPECT_EQ(ThreadedTaskQueue::get().numThreads(), 1);
+    ThreadedTask flags;
+    flags.setNoCancel();
+    flags.setNoExecute();
+    const ThreadedTask copy(flags); // copies carry both flags
+    EXPECT_TRUE(copy.getNoExecute() && !copy.isCancellable());
+    EXPECT_TRUE(ThreadedTask().isCancellable());
     StdThreadPool pool(3);
     StdTaskQueue queue(0); // below 1 counts as 1
     ThreadPool::install(&pool);
