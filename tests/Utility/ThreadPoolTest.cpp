@@ -257,6 +257,39 @@ void expectedOrder(int id, int depth, int pre, int post, std::vector<int>& out) 
     }
 }
 
+class Count : public ThreadedTask {
+public:
+    explicit Count(std::atomic<int>* counter) : counter_(counter) {}
+    void execute(int) override { ++*counter_; }
+
+private:
+    std::atomic<int>* counter_;
+};
+
+TEST_P(ThreadServices, RunsAndAddsFromSeveralApplicationThreads) {
+    std::atomic<int> violations{0};
+    std::atomic<int> executed[3] = {{0}, {0}, {0}};
+    std::vector<std::thread> callers;
+    for (int c = 0; c < 3; ++c) {
+        callers.emplace_back([&, c] {
+            for (int round = 0; round < 10; ++round) {
+                RecordingChunks alg(50);
+                ThreadPool::get().run(alg);
+                violations += alg.violations + (alg.finalizeCalls != 1);
+                violations += !ThreadedTaskQueue::get().add(new Count(&executed[c]));
+            }
+        });
+    }
+    for (std::thread& t : callers) {
+        t.join();
+    }
+    ThreadedTaskQueue::get().wait();
+    EXPECT_EQ(violations, 0);
+    for (const std::atomic<int>& e : executed) {
+        EXPECT_EQ(e, 10);
+    }
+}
+
 TEST_P(ThreadServices, TaskTreesRunDepthFirstAndEveryTaskIsDeletedOnce) {
     ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
     EXPECT_EQ(queue.numThreads(), threads());

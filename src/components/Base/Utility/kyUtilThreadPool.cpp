@@ -5,6 +5,8 @@
 #include <Base/Utility/kyUtilProgress.h>
 #include <Base/Utility/kyUtilThreadedAlg.h>
 
+#include <atomic>
+
 namespace kyUtil {
 
 namespace {
@@ -29,33 +31,38 @@ public:
 };
 
 // Runs each task tree inside add(), on the calling thread, without locks. `started` and `idle`
-// are kept for the contract only; nothing reads them.
+// are kept for the contract only; nothing reads them. The flags are relaxed atomics so that
+// application threads may share the built-in queue without a data race.
 class SimpleQueue final : public ThreadedTaskQueue {
 public:
     constexpr SimpleQueue() = default;
-    void begin() override { started_ = true; }
+    void begin() override { started_.store(true, std::memory_order_relaxed); }
     bool add(ThreadedTask* task) override {
-        idle_ = false;
+        idle_.store(false, std::memory_order_relaxed);
         return detail::runTaskTree(*this, task, 0);
     }
-    void wait() override { idle_ = true; }
+    void wait() override { idle_.store(true, std::memory_order_relaxed); }
     void reset() override {
-        started_ = false;
-        cancellable_ = true;
-        progress_ = nullptr;
+        started_.store(false, std::memory_order_relaxed);
+        cancellable_.store(true, std::memory_order_relaxed);
+        progress_.store(nullptr, std::memory_order_relaxed);
     }
     int numThreads() override { return 1; }
-    void setProgress(Progress* progress) override { progress_ = progress; }
-    bool cancelled() override {
-        return progress_ != nullptr && cancellable_ && progress_->cancelled();
+    void setProgress(Progress* progress) override {
+        progress_.store(progress, std::memory_order_relaxed);
     }
-    void disableCancel() { cancellable_ = false; }
+    bool cancelled() override {
+        Progress* progress = progress_.load(std::memory_order_relaxed);
+        return progress != nullptr && cancellable_.load(std::memory_order_relaxed) &&
+               progress->cancelled();
+    }
+    void disableCancel() { cancellable_.store(false, std::memory_order_relaxed); }
 
 private:
-    bool started_ = false;
-    bool idle_ = true;
-    bool cancellable_ = true;
-    Progress* progress_ = nullptr;
+    std::atomic<bool> started_{false};
+    std::atomic<bool> idle_{true};
+    std::atomic<bool> cancellable_{true};
+    std::atomic<Progress*> progress_{nullptr};
 };
 
 // Constant-initialised, so they exist before any other static constructor can ask for them.

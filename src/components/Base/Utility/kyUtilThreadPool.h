@@ -86,6 +86,8 @@ private:
 /// cancellation is wanted), `begin()`, any number of `add(task)`, `wait()`. Until the
 /// application installs a queue (for example a `StdTaskQueue`), `get()` answers with a built-in
 /// queue that runs each task tree at once inside `add`, on the calling thread, without locks.
+/// Application threads may share the built-in queue; the settings of a run (`reset`,
+/// `setProgress`, the `noCancel` switch) are then shared by them too.
 ///
 /// Cancellation is the only failure: a cancelled queue deletes the tasks it is given without
 /// running them and `add` returns false. `install` is meant for start-up and is not guarded;
