@@ -84,5 +84,6 @@ int main() {
     showcaseSignals();
     showcaseUndo();
     showcaseLinear();
+    showcaseThreads();
     return 0;
 }

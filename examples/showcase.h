@@ -16,5 +16,6 @@ void showcaseSignals();
 void showcaseTCP();
 void showcaseUndo();
 void showcaseLinear();
+void showcaseThreads();
 
 #endif // KY_EXAMPLES_SHOWCASE_H

@@ -12,6 +12,14 @@
 #include <Base/Utility/kyUtilInterval.h>
 #include <Base/Utility/kyUtilSplit.h>
 
+// Utility: thread pool, task queue, threaded algorithms, parallel sort
+#include <Base/Utility/kyUtilIntRange2d.h>
+#include <Base/Utility/kyUtilParallelSort.h>
+#include <Base/Utility/kyUtilProgress.h>
+#include <Base/Utility/kyUtilStdThreadPool.h>
+#include <Base/Utility/kyUtilThreadPool.h>
+#include <Base/Utility/kyUtilThreadedAlg.h>
+
 // Strings
 #include <Base/String/kyStringCString.h>
 #include <Base/String/kyStringCharacter.h>
