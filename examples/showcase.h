@@ -11,6 +11,7 @@ void showcaseOS();
 void showcasePaths();
 void showcaseFiles();
 void showcaseGetOpt();
+void showcaseIO();
 void showcaseSignals();
 void showcaseUndo();
 void showcaseLinear();

@@ -51,6 +51,11 @@
 #include <Base/OS/kyOSSysInfo.h>
 #include <Base/OS/kyOSUuid.h>
 
+// IO: serialization streams and the packet-file header
+#include <Base/IO/ioBufferedStream.h>
+#include <Base/IO/ioHeader.h>
+#include <Base/IO/ioTypes.h>
+
 // RTB: signals and bound functions
 #include <Base/RTB/kyRTBFunction.h>
 #include <Base/RTB/kyRTBSignal.h>
