@@ -32,10 +32,11 @@ inline int maxCodeFor(int bits) {
 } // namespace
 
 LzwEncoder::LzwEncoder()
-    : keys_(std::size_t{1} << kHashBits), codes_(std::size_t{1} << kHashBits) {}
+    : keys_(std::size_t{1} << kHashBits), codes_(std::size_t{1} << kHashBits), pairs_(65536) {}
 
 void LzwEncoder::clearTable() {
     std::memset(keys_.data(), 0, keys_.size() * sizeof keys_[0]);
+    std::memset(pairs_.data(), 0, pairs_.size() * sizeof pairs_[0]);
     free_ = kLzwFirst;
 }
 
@@ -124,8 +125,31 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
     std::uint32_t* keys = keys_.data();
     std::uint16_t* codes = codes_.data();
     int prefix = prefix_;
+    std::uint16_t* pairs = pairs_.data();
     for (; i < size; ++i) {
         const std::uint32_t key = (static_cast<std::uint32_t>(prefix) << 8 | data[i]) + 1;
+        if (prefix < 256) {
+            // Every code begins with a single byte: its first step needs no hashing.
+            std::uint16_t& pair = pairs[key - 1];
+            if (pair != 0) {
+                prefix = pair;
+                continue;
+            }
+            putCode(prefix, o);
+            if (free_ > maxCode_) {
+                padGroup(o);
+                ++bits_;
+                maxCode_ = maxCodeFor(bits_);
+            }
+            prefix = data[i];
+            if (free_ < kLzwTableSize) {
+                pair = static_cast<std::uint16_t>(free_++);
+            } else if (countedIn(before + i + 1) >= checkpoint_) {
+                bytesIn_ = countedIn(before + i + 1);
+                checkRatio(o);
+            }
+            continue;
+        }
         std::uint32_t slot = slotOf(static_cast<std::uint32_t>(prefix), data[i]);
         bool found = false;
         if (keys[slot] == key) {

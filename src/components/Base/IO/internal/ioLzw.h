@@ -46,6 +46,7 @@ private:
 
     std::vector<std::uint32_t> keys_; // hash slots: (prefix << 8 | byte) + 1, 0 when free
     std::vector<std::uint16_t> codes_;
+    std::vector<std::uint16_t> pairs_; // two-byte strings, direct: [first << 8 | second], 0 free
     bool started_ = false;
     int prefix_ = -1;
     int free_ = kLzwFirst;
