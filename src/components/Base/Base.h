@@ -68,6 +68,7 @@
 
 // IO: serialization streams and the packet-file header
 #include <Base/IO/ioBufferedStream.h>
+#include <Base/IO/ioCipher.h>
 #include <Base/IO/ioHeader.h>
 #include <Base/IO/ioTypes.h>
 

@@ -1,19 +1,19 @@
-// ioFilters.cpp - the filter buffers this build provides: none yet, so every request is
-// answered with null and the stream reports that the filter is not available.
+// ioFilters.cpp - the filter buffers that the buffered streams push on their chains.
+#include <Base/IO/internal/ioFilterBuffers.h>
 #include <Base/IO/internal/ioFilters.h>
 
 namespace ioDetail {
 
-ioBuffer* newCompressBuffer(bool) {
-    return nullptr;
+ioBuffer* newCompressBuffer(bool reading) {
+    return new ioBufferCompress(reading);
 }
 
-ioBuffer* newChecksumBuffer(bool) {
-    return nullptr;
+ioBuffer* newChecksumBuffer(bool reading) {
+    return new ioBufferChecksum(reading);
 }
 
-ioBuffer* newEncryptBuffer(bool) {
-    return nullptr;
+ioBuffer* newEncryptBuffer(bool reading) {
+    return new ioBufferEncrypt(reading);
 }
 
 } // namespace ioDetail

@@ -1,0 +1,53 @@
+// ChecksumTest.cpp - the running ones'-complement sum against the RFC 1071 example and a plain
+// word-by-word model.
+#include <Base/IO/internal/ioChecksum.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <vector>
+
+namespace {
+
+// The definition, one word at a time with the end-around carry.
+std::uint16_t model(std::uint16_t sum, const std::vector<unsigned char>& data) {
+    std::uint32_t s = sum;
+    for (std::size_t i = 0; i < data.size(); i += 2) {
+        s += data[i] | (i + 1 < data.size() ? data[i + 1] << 8 : 0);
+        s = (s & 0xFFFF) + (s >> 16);
+    }
+    return static_cast<std::uint16_t>(s);
+}
+
+TEST(Checksum, ExampleOfRfc1071) {
+    // The RFC sums these bytes as big-endian words to 0xDDF2; as little-endian words the same
+    // sum comes out byte-swapped.
+    const unsigned char bytes[] = {0x00, 0x01, 0xF2, 0x03, 0xF4, 0xF5, 0xF6, 0xF7};
+    EXPECT_EQ(ioDetail::checksumAdd(0, bytes, sizeof bytes), 0xF2DD);
+    EXPECT_EQ(ioDetail::checksumAdd(0, bytes, 0), 0);
+}
+
+TEST(Checksum, OddBlocksEndInAWordWithAZeroHighByte) {
+    const unsigned char bytes[] = {0x01, 0x02};
+    EXPECT_EQ(ioDetail::checksumAdd(0, bytes, 2), 0x0201);
+    EXPECT_EQ(ioDetail::checksumAdd(ioDetail::checksumAdd(0, bytes, 1), bytes + 1, 1), 0x0003);
+    // The carry wraps around, and the sum is never complemented.
+    const unsigned char high[] = {0xFF, 0xFF, 0x02, 0x00};
+    EXPECT_EQ(ioDetail::checksumAdd(0, high, 4), 0x0002);
+    EXPECT_EQ(ioDetail::checksumAdd(0xFFFF, high, 2), 0xFFFF);
+}
+
+TEST(Checksum, MatchesTheWordByWordModelOnEverySize) {
+    std::mt19937 random(3);
+    for (std::size_t size :
+         {1u, 2u, 3u, 7u, 8u, 9u, 15u, 16u, 17u, 1000u, 4096u, 4097u, (1u << 23) + 5u}) {
+        std::vector<unsigned char> data(size);
+        for (unsigned char& b : data) {
+            b = static_cast<unsigned char>(size > 4096 ? 0xFF : random());
+        }
+        const std::uint16_t start = static_cast<std::uint16_t>(random());
+        EXPECT_EQ(ioDetail::checksumAdd(start, data.data(), size), model(start, data)) << size;
+    }
+}
+
+} // namespace

@@ -1,0 +1,187 @@
+// LzwTest.cpp - the LZW codec: a stream worked out by hand, round trips of many kinds of data
+// fed in pieces of every size, and malformed streams.
+#include <Base/IO/internal/ioLzw.h>
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+using ioDetail::LzwDecoder;
+
+Bytes compress(const Bytes& data, std::size_t piece) {
+    ioDetail::LzwEncoder encoder;
+    Bytes out;
+    for (std::size_t at = 0; at < data.size(); at += piece) {
+        encoder.add(data.data() + at, std::min(piece, data.size() - at), out);
+    }
+    encoder.end(out);
+    return out;
+}
+
+// Decodes one section fed `inPiece` bytes and given `outPiece` bytes of room at a time;
+// `used` is how many input bytes the decoder took.
+LzwDecoder::Result expand(const Bytes& in, Bytes& out, std::size_t inPiece, std::size_t outPiece,
+                          std::size_t* used = nullptr) {
+    LzwDecoder decoder;
+    out.clear();
+    std::size_t at = 0;
+    unsigned char room[64];
+    for (;;) {
+        const std::size_t inEnd = std::min(in.size(), at + inPiece);
+        LzwDecoder::Range range{in.data() + at, in.data() + inEnd};
+        unsigned char* o = room;
+        const LzwDecoder::Result r =
+            decoder.decode(range, o, room + std::min(outPiece, sizeof room));
+        out.insert(out.end(), room, o);
+        at = static_cast<std::size_t>(range.p - in.data());
+        if (r == LzwDecoder::kEnd || r == LzwDecoder::kError ||
+            (r == LzwDecoder::kNeedInput && at == in.size())) {
+            if (used != nullptr) {
+                *used = at;
+            }
+            return r;
+        }
+    }
+}
+
+Bytes sample(std::size_t size, int kind, unsigned seed) {
+    std::mt19937 random(seed);
+    Bytes data(size);
+    for (std::size_t i = 0; i < size; ++i) {
+        switch (kind) {
+        case 0:
+            data[i] = static_cast<unsigned char>(random());
+            break; // no repeats
+        case 1:
+            data[i] = static_cast<unsigned char>('a' + random() % 4);
+            break; // few symbols
+        case 2:
+            data[i] = 'x';
+            break; // one run
+        default:
+            data[i] = static_cast<unsigned char>("the quick brown fox "[i % 20]);
+            break;
+        }
+    }
+    return data;
+}
+
+// "aaa": 'a' (97) goes out alone and enters "aa" as 258; the next "aa" goes out as 258, the
+// code the decoder is about to define (the KwKwK case); then the end code 257. Three 9-bit
+// codes least significant bit first:
+//   97 = 0 0110 0001, 258 = 1 0000 0010, 257 = 1 0000 0001
+//   byte 0: 97's bits 0-7                            = 0x61
+//   byte 1: 97's bit 8 (0), 258's bits 0-6 (0000010) = 0000010 0 = 0x04
+//   byte 2: 258's bits 7-8 (10), 257's bits 0-5      = 000001 10 = 0x06
+//   byte 3: 257's bits 6-8 (100), padding            = 0x04
+TEST(Lzw, StreamWorkedOutByHand) {
+    const Bytes stream = {0x1F, 0x9D, 0x90, 0x61, 0x04, 0x06, 0x04};
+    EXPECT_EQ(compress({'a', 'a', 'a'}, 1), stream);
+    Bytes out;
+    EXPECT_EQ(expand(stream, out, 1, 1), LzwDecoder::kEnd);
+    EXPECT_EQ(out, Bytes({'a', 'a', 'a'}));
+    // An empty section is the header and the end code alone.
+    EXPECT_EQ(compress({}, 1), Bytes({0x1F, 0x9D, 0x90, 0x01, 0x01}));
+}
+
+TEST(Lzw, RoundTripsInPiecesOfAnySize) {
+    const std::size_t sizes[] = {1, 2, 255, 256, 511, 5000, 70000, 400000};
+    for (int kind = 0; kind < 4; ++kind) {
+        for (std::size_t size : sizes) {
+            const Bytes data = sample(size, kind, static_cast<unsigned>(size));
+            const std::size_t piece = 1 + size % 977;
+            const Bytes stream = compress(data, piece);
+            EXPECT_EQ(stream, compress(data, size)) << "pieces change the stream";
+            Bytes out;
+            std::size_t used = 0;
+            ASSERT_EQ(expand(stream, out, 1 + size % 13, 1 + size % 61, &used), LzwDecoder::kEnd)
+                << kind << " " << size;
+            EXPECT_EQ(out, data) << kind << " " << size;
+            EXPECT_EQ(used, stream.size());
+            if (kind == 2 && size >= 5000) {
+                EXPECT_LT(stream.size(), size / 20);
+            }
+        }
+    }
+}
+
+// Several megabytes of data that compresses badly fill the table and make the ratio fall:
+// the encoder starts new tables, and the decoder follows.
+TEST(Lzw, FullTablesAndNewTables) {
+    Bytes data = sample(3u << 20, 0, 5);
+    const Bytes text = sample(1u << 20, 3, 0);
+    data.insert(data.end(), text.begin(), text.end());
+    const Bytes stream = compress(data, 65536);
+    Bytes out;
+    ASSERT_EQ(expand(stream, out, 1u << 20, 64), LzwDecoder::kEnd);
+    EXPECT_EQ(out, data);
+}
+
+TEST(Lzw, SectionsFollowOneAnotherAndLeaveWhatComesAfter) {
+    Bytes stream = compress(sample(3000, 3, 1), 100);
+    const std::size_t first = stream.size();
+    const Bytes second = compress(sample(100, 1, 2), 7);
+    stream.insert(stream.end(), second.begin(), second.end());
+    stream.push_back(0xEE);
+    LzwDecoder decoder;
+    Bytes out(4000);
+    LzwDecoder::Range range{stream.data(), stream.data() + stream.size()};
+    unsigned char* o = out.data();
+    EXPECT_EQ(decoder.decode(range, o, out.data() + out.size()), LzwDecoder::kEnd);
+    EXPECT_EQ(range.p, stream.data() + first);
+    EXPECT_EQ(Bytes(out.data(), o), sample(3000, 3, 1));
+    o = out.data();
+    EXPECT_EQ(decoder.decode(range, o, out.data() + out.size()), LzwDecoder::kEnd);
+    EXPECT_EQ(Bytes(out.data(), o), sample(100, 1, 2));
+    EXPECT_EQ(range.end - range.p, 1);
+}
+
+TEST(Lzw, MalformedStreams) {
+    struct Case {
+        const char* what;
+        Bytes stream;
+    };
+    const Case cases[] = {
+        {"bad magic", {0x1F, 0x9E, 0x90, 0x61, 0x04, 0x06, 0x04}},
+        {"other flags", {0x1F, 0x9D, 0x8C, 0x61, 0x04, 0x06, 0x04}},
+        {"first code not a literal", {0x1F, 0x9D, 0x90, 0x02, 0x03, 0x06, 0x04}},  // 258
+        {"code beyond the next free", {0x1F, 0x9D, 0x90, 0x61, 0x06, 0x06, 0x04}}, // 97, 259
+    };
+    for (const Case& c : cases) {
+        Bytes out;
+        EXPECT_EQ(expand(c.stream, out, 64, 64), LzwDecoder::kError) << c.what;
+    }
+}
+
+TEST(Lzw, EveryTruncationNeedsInputAndEveryFlippedBitIsDefined) {
+    const Bytes data = sample(600, 1, 9);
+    const Bytes stream = compress(data, 600);
+    for (std::size_t cut = 0; cut < stream.size(); ++cut) {
+        Bytes out;
+        EXPECT_EQ(
+            expand(Bytes(stream.begin(), stream.begin() + static_cast<long>(cut)), out, 3, 64),
+            LzwDecoder::kNeedInput)
+            << cut;
+    }
+    int errors = 0;
+    for (std::size_t bit = 0; bit < stream.size() * 8; ++bit) {
+        Bytes bad = stream;
+        bad[bit / 8] ^= static_cast<unsigned char>(1u << (bit % 8));
+        Bytes out;
+        const LzwDecoder::Result r = expand(bad, out, 5, 64);
+        errors += r == LzwDecoder::kError ? 1 : 0;
+        EXPECT_TRUE(r == LzwDecoder::kError || r == LzwDecoder::kEnd ||
+                    r == LzwDecoder::kNeedInput);
+        if (bit < 24) {
+            EXPECT_EQ(r, LzwDecoder::kError) << "header bit " << bit;
+        }
+    }
+    EXPECT_GT(errors, 24);
+}
+
+} // namespace
