@@ -48,6 +48,7 @@ private:
 
 /// "packetFile_string": a text with a reference number. Reading copies the text into a block
 /// from `malloc` (the receiver frees it with `free`) and defines the packet's number as it.
+/// A packet without a usable number makes no copy.
 class KY_BASE_API ioPacketString : public ioPacketType {
 public:
     ioPacketString();
