@@ -80,6 +80,7 @@ int main() {
     showcaseGetOpt();
     showcaseOS();
     showcaseIO();
+    showcasePackets();
     showcaseSignals();
     showcaseUndo();
     showcaseLinear();
