@@ -436,6 +436,18 @@ TEST(PacketFile, MalformedFilesEndInBadData) {
          good.substr(0, node) + Bytes().i32(0).i32(1).i32(7).i32(1).raw("abc").out},
         {"reference number far beyond the file", patched(node + 16, Bytes().i32(1 << 30).out)},
         {"body shorter than its values", patched(node + 8, Bytes().i32(50).out)},
+        {"reference numbers that ratchet up",
+         good.substr(0, node) + Bytes().i32(0).i32(1).i32(6).i32(5).raw(std::string("a\0", 2)).out +
+             Bytes()
+                 .i32(0)
+                 .i32(1)
+                 .i32(6)
+                 .i32(12)
+                 .raw(std::string("a\0", 2))
+                 .i32(1)
+                 .i32(0)
+                 .i32(0)
+                 .out},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);

@@ -347,7 +347,7 @@ void ioWriteContext::writeReference(int number, bool define) {
 
 ioReadContext::ioReadContext(ioReadMethod method, ioBufferedStreamInput& stream)
     : stream_(stream), packetReference_(-1), packetReferenceDefined_(false), eofType_(nullptr),
-      packetsRead_(0), halted_(false), readMethod_(method) {}
+      packetsRead_(0), halted_(false), readMethod_(method), referenceBase_(0) {}
 
 ioReadContext::~ioReadContext() = default;
 
@@ -365,6 +365,7 @@ void ioReadContext::readFile(ioClientReadContext& client) {
         return;
     }
     eofType_ = registry_->lookup(ioDetail::kEofTypeName);
+    referenceBase_ = referenceMap_->highestNumber() - static_cast<int>(bytesRead() / 4);
     pushPacket();
     while (good() && !halted_) {
         readPacket(client);
@@ -464,10 +465,10 @@ int ioReadContext::readReference() {
         return 0;
     }
     // Every number in a file was written at least once, four bytes or more, before any higher
-    // one; a number beyond what was read so far (plus what a shared map already holds) is
-    // corrupt and must not grow the record table.
-    const std::int64_t limit =
-        static_cast<std::int64_t>(referenceMap_->highestNumber()) + bytesRead() / 4 + 1;
+    // one; a number beyond what was read so far (plus what a shared map held when the file
+    // began) is corrupt and must not grow the record table. The bound must not follow the
+    // numbers the file itself defines, or a small file could ratchet it up without limit.
+    const std::int64_t limit = static_cast<std::int64_t>(referenceBase_) + bytesRead() / 4 + 1;
     if (number > limit) {
         badData("a reference number beyond what the file can hold");
         return 0;

@@ -328,6 +328,9 @@ protected:
     int packetsRead_;
     bool halted_;
     ioReadMethod readMethod_;
+    /// The map's highest number when the file began: reference numbers are bounded by it plus
+    /// what the file has delivered so far.
+    int referenceBase_;
 
 private:
     void readPacket(ioClientReadContext& client);
