@@ -95,7 +95,8 @@ struct Data {
             char name[16];
             std::snprintf(name, sizeof name, "rec%09d", i % 1000000000);
             r.name.assign(name, 12);
-            const int earlier = i == 0 ? -1 : (i * 7919) % i;
+            const int earlier =
+                i == 0 ? -1 : static_cast<int>((i * 2654435761ULL) % static_cast<unsigned>(i));
             r.earlier = earlier < 0 ? nullptr : &records[static_cast<std::size_t>(earlier)];
 #ifdef KY_BENCH_HAVE_CEREAL
             r.earlierIndex = earlier;
@@ -145,6 +146,9 @@ bool sameRecords(const std::vector<Record>& a, const std::vector<const Record*>&
         if (x.id != y.id || x.xyz[2] != y.xyz[2] || x.name != y.name ||
             (x.earlier == nullptr) != (y.earlier == nullptr) ||
             (x.earlier != nullptr && x.earlier->id != y.earlier->id)) {
+            std::fprintf(stderr, "record %zu: id %d/%d name %s/%s earlier %p/%p\n", i, x.id, y.id,
+                         x.name.c_str(), y.name.c_str(), static_cast<void*>(x.earlier),
+                         static_cast<void*>(y.earlier));
             return false;
         }
     }
@@ -223,7 +227,12 @@ void BM_ReadBase(benchmark::State& state) {
         for (const Record& rec : records) {
             view.push_back(&rec);
         }
-        return r->good() && sameRecords(data().records, view);
+        if (!r->good() || !sameRecords(data().records, view)) {
+            std::fprintf(stderr, "read: status %d, %zu records\n", static_cast<int>(r->getStatus()),
+                         records.size());
+            return false;
+        }
+        return true;
     });
 }
 

@@ -7,6 +7,7 @@
 #include <Base/IO/ioLinear.h>
 #include <Base/IO/ioPacketRegistry.h>
 #include <Base/IO/ioPacketType.h>
+#include <Base/IO/ioReferenceMap.h>
 
 #include <gtest/gtest.h>
 
@@ -176,6 +177,21 @@ ioStatus readFromMemoryWith(const std::string& bytes, bool numberWhenRead = fals
     }
     ioClientReadContext client(*r);
     r->readFile(client);
+    // Text packets hand their copies to the receiver: anything defined that is not a model
+    // object is one.
+    for (int n = 1; n <= r->getReferenceMap()->highestNumber(); ++n) {
+        void* copy = r->getReferenceDefinition(n);
+        bool model = copy == nullptr;
+        for (auto& node : gModel.nodes) {
+            model |= copy == node.get();
+        }
+        for (auto& point : gModel.points) {
+            model |= copy == point.get();
+        }
+        if (!model) {
+            std::free(copy);
+        }
+    }
     return r->getStatus();
 }
 

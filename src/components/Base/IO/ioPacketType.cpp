@@ -35,8 +35,8 @@ ioPacketString::ioPacketString() : ioPacketType("packetFile_string") {}
 void ioPacketString::read(ioClientReadContext& client) {
     ioReadContext& context = client.getContext();
     const char* text = context.readCString();
-    if (context.getPacketReference() <= 0) {
-        return; // no number to hand the copy over with: nobody could free it
+    if (context.getPacketReference() <= 0 || !context.good()) {
+        return; // a broken packet, or no number to hand the copy over with
     }
     const std::size_t length = std::strlen(text);
     char* copy = static_cast<char*>(std::malloc(length + 1));

@@ -87,7 +87,11 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
         return;
     }
     Record* record = touch(number);
-    tree_[address] = number;
+    // One descent: insert, or re-point an address that had another number.
+    auto inserted = tree_.insert({address, number});
+    if (!inserted.second) {
+        inserted.first->second = number;
+    }
     if (!alias || record->address == nullptr) {
         record->address = address;
     }
