@@ -43,6 +43,13 @@ void ioWriteContextBinary::makeCurrent(ioPacketFileBuffer* state) {
 }
 
 void ioWriteContextBinary::put(const void* bytes, int count) {
+    if (buffer_ != nullptr && count > 0 && buffer_->size - buffer_->position > count) {
+        // The common case: room in the packet area.
+        std::memcpy(buffer_->data.data() + buffer_->position, bytes,
+                    static_cast<std::size_t>(count));
+        buffer_->position += count;
+        return;
+    }
     if (buffer_ == nullptr) {
         setStatus(ioFailed); // a value outside any packet
         return;

@@ -4,6 +4,7 @@
 #include <Base/IO/ioPacketType.h>
 
 #include <climits>
+#include <functional>
 
 ioReferenceMap::~ioReferenceMap() = default;
 
@@ -76,6 +77,15 @@ const ioReferenceMapImpl::Record* ioReferenceMapImpl::find(int number) const {
     return page == nullptr ? nullptr : &page[number % kPageSize];
 }
 
+bool ioReferenceMapImpl::beyondLast(const void* address) const {
+    if (tree_.empty()) {
+        return true;
+    }
+    auto last = tree_.cend();
+    --last;
+    return std::less<const void*>()(last->first, address);
+}
+
 int ioReferenceMapImpl::newReference(void* address) {
     const int number = ++lastNumber_;
     define(number, address, false);
@@ -87,10 +97,15 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
         return;
     }
     Record* record = touch(number);
-    // One descent: insert, or re-point an address that had another number.
-    auto inserted = tree_.insert({address, number});
-    if (!inserted.second) {
-        inserted.first->second = number;
+    if (beyondLast(address)) {
+        // Objects written from an array or a pool arrive in rising address order: the hint
+        // makes their insertion constant time.
+        tree_.insert(tree_.cend(), {address, number});
+    } else {
+        auto inserted = tree_.insert({address, number});
+        if (!inserted.second) {
+            inserted.first->second = number; // an address that had another number
+        }
     }
     if (!alias || record->address == nullptr) {
         record->address = address;
@@ -106,6 +121,9 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
 int ioReferenceMapImpl::lookup(const void* address) const {
     if (address == nullptr) {
         return 0;
+    }
+    if (beyondLast(address)) {
+        return -1; // the common case of a new object: no descent
     }
     auto it = tree_.find(address);
     if (it == tree_.end()) {
@@ -135,12 +153,14 @@ void ioReferenceMapImpl::markDefined(int number, ioPacketType* type) {
     }
     record->defined = 1;
     record->definingType = type;
-    for (Fixup* f = record->pending; f != nullptr; f = f->next) {
-        if (f->slot != nullptr) {
-            *f->slot = record->address;
+    if (record->pending != nullptr) {
+        for (Fixup* f = record->pending; f != nullptr; f = f->next) {
+            if (f->slot != nullptr) {
+                *f->slot = record->address;
+            }
         }
+        freeFixups(*record);
     }
-    freeFixups(*record);
 }
 
 void ioReferenceMapImpl::use(int number, ioPacketType* type, int extra) {

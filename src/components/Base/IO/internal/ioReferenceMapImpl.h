@@ -62,6 +62,8 @@ private:
     /// The record of `number`, creating its page; null for numbers below 1.
     Record* touch(int number);
     static void freeFixups(Record& record);
+    /// True when `address` sorts after every address in the tree (or the tree is empty).
+    bool beyondLast(const void* address) const;
 
     ky::map<const void*, int> tree_;
     int lastNumber_;
