@@ -218,14 +218,13 @@ void ioReadContextBinary::makeCurrent(ioPacketFileBuffer* state) {
     buffer_ = static_cast<ioPacketFileBinaryBuffer*>(state);
 }
 
-int ioReadContextBinary::readRawInt() {
+int ioReadContextBinary::assemble(const unsigned char* bytes) const {
     std::uint32_t value = 0;
     for (int i = 0; i < 4; ++i) {
-        const auto byte = static_cast<unsigned char>(stream_.readChar());
         if (swapped_) {
-            value = (value << 8) | byte;
+            value = (value << 8) | bytes[i];
         } else {
-            value |= static_cast<std::uint32_t>(byte) << (8 * i);
+            value |= static_cast<std::uint32_t>(bytes[i]) << (8 * i);
         }
     }
     return static_cast<int>(value);
@@ -234,12 +233,17 @@ int ioReadContextBinary::readRawInt() {
 int ioReadContextBinary::readPacketOpening() {
     buffer_->depth = 0;
     buffer_->position = 0;
-    const int id = readRawInt();
-    const int flag = readRawInt();
-    const int length = readRawInt();
-    if (!stream_.good()) {
+    // The head's three integers, least significant byte first (most significant first when
+    // swapped); one transfer instead of twelve single-byte reads.
+    unsigned char head[ioDetail::kHeadSize];
+    if (stream_.readData(reinterpret_cast<char*>(head), ioDetail::kHeadSize) !=
+            ioDetail::kHeadSize ||
+        !stream_.good()) {
         return 0;
     }
+    const int id = assemble(head);
+    const int flag = assemble(head + 4);
+    const int length = assemble(head + 8);
     bytesRead_ += ioDetail::kHeadSize;
     if (id < 0 || length < 0) {
         badData("a packet with a negative type id or length");

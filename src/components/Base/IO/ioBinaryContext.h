@@ -110,7 +110,7 @@ private:
     /// `count` elements of `size` bytes, byte-reversed per element when swapped; zeros and
     /// `ioBadData` when they lie beyond the level's end.
     void take(void* out, int size, int count);
-    int readRawInt();
+    int assemble(const unsigned char* bytes) const;
     int readLength();
 
     ioPacketFileBinaryBuffer* buffer_;
