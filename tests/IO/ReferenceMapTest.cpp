@@ -256,3 +256,60 @@ TEST(ReferenceGraph, MapsAreSharedAndCounted) {
 }
 
 } // namespace
+
+namespace {
+
+struct Halting : ioClientReadContext {
+    using ioClientReadContext::ioClientReadContext;
+    void postPacketRead() override { getContext().halt(); }
+};
+
+TEST(ReferenceGraph, FilesInOneStreamShareNumbersAndHaltStops) {
+    // Two files back to back; the second refers to a node of the first by its number.
+    kyOS::MemoryIOStream memory;
+    ioBufferedStreamOutput out;
+    out.openIOStream(&memory);
+    GraphRegistry writer;
+    GNode first, second;
+    second.edges.push_back(&first);
+    ioWriteContextBinary w(out);
+    w.associateRegistry(&writer);
+    for (GNode* n : {&first, &second}) {
+        w.startFile();
+        w.startPacket("gnode", n);
+        w.writeInt(n == &first ? 1 : 2);
+        w.writeInt(static_cast<int>(n->edges.size()));
+        for (GNode* e : n->edges) {
+            w.writeReference(e, false);
+        }
+        w.endPacket();
+        w.endFile();
+    }
+    out.close();
+
+    ioBufferedStreamInput in;
+    in.openIOStream(&memory);
+    GraphRegistry reader;
+    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &reader));
+    ioClientReadContext client(*r);
+    gRead.clear();
+    r->readFile(client);
+    EXPECT_EQ(r->getStatus(), ioGood);
+    ASSERT_TRUE(r->reusePacketFile());
+    r->readFile(client);
+    EXPECT_EQ(r->getStatus(), ioGood);
+    ASSERT_EQ(gRead.size(), 2u);
+    EXPECT_EQ(gRead[1]->edges[0], gRead[0].get());
+    EXPECT_FALSE(r->reusePacketFile()); // nothing follows: halted
+    EXPECT_EQ(r->getStatus(), ioGood);
+
+    ioBufferedStreamInput again;
+    again.openIOStream(&memory);
+    memory.rewind();
+    std::unique_ptr<ioReadContext> h(ioReadContextAlloc(again, &reader));
+    Halting halting(*h);
+    h->readFile(halting);
+    EXPECT_EQ(h->getStatus(), ioHalted);
+}
+
+} // namespace
