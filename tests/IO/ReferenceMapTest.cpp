@@ -63,7 +63,9 @@ TEST(ReferenceMap, FixupsFillOnDefinitionAndAliasesShareANumber) {
     static std::vector<std::pair<void*, int>>* gSeen = nullptr;
     gSeen = &seen;
     map.reportUnresolved(&asker, [](void* slot, int extra) { gSeen->push_back({slot, extra}); });
-    EXPECT_EQ(seen.size(), 2u);
+    ASSERT_EQ(seen.size(), 2u);
+    EXPECT_EQ(seen[0].second, 7); // in the order they were queued
+    EXPECT_EQ(seen[1].second, 8);
     map.define(3, &object, false);
     map.markDefined(3, &asker);
     EXPECT_EQ(slot1, &object);

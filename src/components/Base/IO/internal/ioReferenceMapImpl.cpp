@@ -31,6 +31,17 @@ void ioReferenceMapImpl::freeFixups(Record& record) {
         delete record.pending;
         record.pending = next;
     }
+    record.pendingLast = nullptr;
+}
+
+void ioReferenceMapImpl::queue(Record& record, void** slot, ioPacketType* type, int extra) {
+    auto* fixup = new Fixup{slot, type, extra, nullptr};
+    if (record.pendingLast == nullptr) {
+        record.pending = fixup;
+    } else {
+        record.pendingLast->next = fixup;
+    }
+    record.pendingLast = fixup;
 }
 
 void ioReferenceMapImpl::grow(int number) {
@@ -170,7 +181,7 @@ void ioReferenceMapImpl::use(int number, ioPacketType* type, int extra) {
     }
     ++record->uses;
     if (!record->defined) {
-        record->pending = new Fixup{nullptr, type, extra, record->pending};
+        queue(*record, nullptr, type, extra);
     }
 }
 
@@ -205,7 +216,7 @@ void ioReferenceMapImpl::resolve(int number, void** slot, ioPacketType* type, in
         }
         return;
     }
-    record->pending = new Fixup{slot, type, extra, record->pending};
+    queue(*record, slot, type, extra);
 }
 
 void ioReferenceMapImpl::resolveRemaining(ioClientReadContext& client) {

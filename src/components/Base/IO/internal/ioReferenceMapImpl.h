@@ -30,7 +30,8 @@ public:
         std::int32_t uses = 0;
         void* address = nullptr;
         ioPacketType* definingType = nullptr;
-        Fixup* pending = nullptr;
+        Fixup* pending = nullptr;     ///< first queued fix-up: filled and reported in order
+        Fixup* pendingLast = nullptr; ///< where the next one is appended
     };
 
     ioReferenceMapImpl();
@@ -62,6 +63,7 @@ private:
     /// The record of `number`, creating its page; null for numbers below 1.
     Record* touch(int number);
     static void freeFixups(Record& record);
+    static void queue(Record& record, void** slot, ioPacketType* type, int extra);
     /// True when `address` sorts after every address in the tree (or the tree is empty).
     bool beyondLast(const void* address) const;
 
