@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 #include <vector>
@@ -105,6 +106,23 @@ TEST_F(FaultSweepTest, EveryCallFailsInTurn) {
             EXPECT_EQ(iotest::get(path("f")), data_);
         }
         iotest::put(path("f"), data_);
+    }
+}
+
+// Single characters reach the descriptor one at a time (kept on purpose); bulk writes do not.
+TEST_F(FaultSweepTest, WriteCharHandsDownEveryByteOnItsOwn) {
+    FaultInjector faults;
+    for (bool bytewise : {true, false}) {
+        ioBufferedStreamOutput out;
+        out.openFile(iotest::name(path("c")));
+        faults.countOnly();
+        bytewise ? (void)(out.writeChar('a'), out.writeChar('b'), out.writeChar('c'))
+                 : out.writeString("abc");
+        out.flush();
+        const auto& log = faults.log();
+        EXPECT_EQ(std::count(log.begin(), log.end(), FileCall::kWrite), bytewise ? 3 : 1);
+        out.close();
+        EXPECT_EQ(iotest::get(path("c")), "abc");
     }
 }
 

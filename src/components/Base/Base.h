@@ -53,6 +53,7 @@
 
 // IO: serialization streams and the packet-file header
 #include <Base/IO/ioBufferedStream.h>
+#include <Base/IO/ioCipher.h>
 #include <Base/IO/ioHeader.h>
 #include <Base/IO/ioTypes.h>
 // IO: packet files (contexts, references, types, registries, the binary encoding)

@@ -56,11 +56,15 @@ int ioBuffer::read(char* data, int length) {
             copied += avail;
         }
         if (status_ == ioBufferGood) {
-            position_ = 0;
-            const int got = readBlock(data_, capacity_);
+            // A whole block still wanted goes straight to the caller: the same block from
+            // below and the same counts as through the array, without copying it twice.
+            const bool direct = length - copied >= capacity_;
+            const int got = readBlock(direct ? data + copied : data_, capacity_);
             // A failed block counts as no bytes; a source that gives nothing without saying
             // why must not make this loop spin.
             valid_ = got > 0 ? got : 0;
+            position_ = direct ? valid_ : 0;
+            copied += direct ? valid_ : 0;
             account(valid_);
             if (got < 1 && status_ == ioBufferGood) {
                 return copied;
@@ -82,6 +86,15 @@ void ioBuffer::write(const char* data, int length) {
             return;
         }
         const int remaining = length - done;
+        if (position_ == 0 && remaining > capacity_ && !reading_) {
+            // More than a whole block with nothing pending: the block goes down from the
+            // caller's memory, as it would after being copied into the array.
+            writeBlock(data + done, capacity_);
+            done += capacity_;
+            valid_ = 0;
+            account(capacity_);
+            continue;
+        }
         const int space = capacity_ - position_;
         if (remaining <= space) {
             std::memcpy(data_ + position_, data + done, static_cast<std::size_t>(remaining));

@@ -8,15 +8,23 @@ namespace ioDetail {
 
 namespace {
 
-constexpr int kHashBits = 18; // a quarter full at most: short probe runs
+constexpr int kHashBits = 17; // at most half full
 constexpr std::uint32_t kHashMask = (1u << kHashBits) - 1;
 constexpr std::uint64_t kCheckGap = 10000; // input bytes between two ratio checks
 
-inline std::uint32_t slotOf(std::uint32_t key) {
-    return (key * 2654435761u) >> (32 - kHashBits);
+// The byte in the high bits, the prefix code in the low ones: entries made one after another
+// have nearby codes and land in nearby slots, so the table's working set stays in the cache.
+inline std::uint32_t slotOf(std::uint32_t prefix, std::uint32_t byte) {
+    return ((byte << (kHashBits - 8)) ^ prefix) & kHashMask;
 }
 
 // The widest code of a width; at the widest width the table only ever fills.
+// The ratio check counts input in steps of 8 KiB, as the `compress` program reads it, so that
+// both start new tables at much the same places and compress to much the same size.
+inline std::uint64_t countedIn(std::uint64_t taken) {
+    return (taken + 8191) & ~std::uint64_t{8191};
+}
+
 inline int maxCodeFor(int bits) {
     return bits >= kLzwMaxBits ? kLzwTableSize : (1 << bits) - 1;
 }
@@ -24,10 +32,11 @@ inline int maxCodeFor(int bits) {
 } // namespace
 
 LzwEncoder::LzwEncoder()
-    : keys_(std::size_t{1} << kHashBits), codes_(std::size_t{1} << kHashBits) {}
+    : keys_(std::size_t{1} << kHashBits), codes_(std::size_t{1} << kHashBits), pairs_(65536) {}
 
 void LzwEncoder::clearTable() {
     std::memset(keys_.data(), 0, keys_.size() * sizeof keys_[0]);
+    std::memset(pairs_.data(), 0, pairs_.size() * sizeof pairs_[0]);
     free_ = kLzwFirst;
 }
 
@@ -47,12 +56,12 @@ void LzwEncoder::start(std::vector<unsigned char>& out) {
     ratio_ = 0;
 }
 
-void LzwEncoder::putCode(int code, std::vector<unsigned char>& out) {
+void LzwEncoder::putCode(int code, unsigned char*& o) {
     acc_ |= static_cast<std::uint64_t>(code) << accBits_;
     accBits_ += bits_;
     groupBits_ += static_cast<std::uint64_t>(bits_);
     while (accBits_ >= 8) {
-        out.push_back(static_cast<unsigned char>(acc_));
+        *o++ = static_cast<unsigned char>(acc_);
         acc_ >>= 8;
         accBits_ -= 8;
         ++bytesOut_;
@@ -60,11 +69,11 @@ void LzwEncoder::putCode(int code, std::vector<unsigned char>& out) {
 }
 
 // Zero bits up to the end of the present group of eight codes.
-void LzwEncoder::padGroup(std::vector<unsigned char>& out) {
+void LzwEncoder::padGroup(unsigned char*& o) {
     const std::uint64_t group = static_cast<std::uint64_t>(bits_) * 8;
     accBits_ += static_cast<int>((group - groupBits_ % group) % group);
     while (accBits_ >= 8) {
-        out.push_back(static_cast<unsigned char>(acc_));
+        *o++ = static_cast<unsigned char>(acc_);
         acc_ >>= 8;
         accBits_ -= 8;
         ++bytesOut_;
@@ -74,7 +83,7 @@ void LzwEncoder::padGroup(std::vector<unsigned char>& out) {
 
 // With the table full, a falling ratio of input to output means the table no longer fits the
 // data: start a new one.
-void LzwEncoder::checkRatio(std::vector<unsigned char>& out) {
+void LzwEncoder::checkRatio(unsigned char*& out) {
     checkpoint_ = bytesIn_ + kCheckGap;
     std::uint64_t ratio;
     if (bytesIn_ > 0x007FFFFF) {
@@ -102,6 +111,11 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
     if (!started_) {
         start(out);
     }
+    // Each byte gives at most one code of two bytes; a new width or a new table adds at most
+    // a code and a group of padding, a few times per table.
+    const std::size_t base = out.size();
+    out.resize(base + 2 * size + size / 64 + 256);
+    unsigned char* o = out.data() + base;
     std::size_t i = 0;
     if (prefix_ < 0) {
         prefix_ = data[0];
@@ -111,24 +125,54 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
     std::uint32_t* keys = keys_.data();
     std::uint16_t* codes = codes_.data();
     int prefix = prefix_;
+    std::uint16_t* pairs = pairs_.data();
     for (; i < size; ++i) {
         const std::uint32_t key = (static_cast<std::uint32_t>(prefix) << 8 | data[i]) + 1;
-        std::uint32_t slot = slotOf(key);
-        bool found = false;
-        while (keys[slot] != 0) {
-            if (keys[slot] == key) {
-                found = true;
-                break;
+        if (prefix < 256) {
+            // Every code begins with a single byte: its first step needs no hashing.
+            std::uint16_t& pair = pairs[key - 1];
+            if (pair != 0) {
+                prefix = pair;
+                continue;
             }
-            slot = (slot + 1) & kHashMask;
+            putCode(prefix, o);
+            if (free_ > maxCode_) {
+                padGroup(o);
+                ++bits_;
+                maxCode_ = maxCodeFor(bits_);
+            }
+            prefix = data[i];
+            if (free_ < kLzwTableSize) {
+                pair = static_cast<std::uint16_t>(free_++);
+            } else if (countedIn(before + i + 1) >= checkpoint_) {
+                bytesIn_ = countedIn(before + i + 1);
+                checkRatio(o);
+            }
+            continue;
+        }
+        std::uint32_t slot = slotOf(static_cast<std::uint32_t>(prefix), data[i]);
+        bool found = false;
+        if (keys[slot] == key) {
+            found = true;
+        } else if (keys[slot] != 0) {
+            // Collisions step on by an odd distance of their own (double hashing), so that
+            // neighbouring slots do not pile up in runs.
+            const std::uint32_t step = ((key * 2654435761u) >> (32 - kHashBits)) | 1;
+            do {
+                slot = (slot + step) & kHashMask;
+                if (keys[slot] == key) {
+                    found = true;
+                    break;
+                }
+            } while (keys[slot] != 0);
         }
         if (found) {
             prefix = codes[slot];
             continue;
         }
-        putCode(prefix, out);
+        putCode(prefix, o);
         if (free_ > maxCode_) {
-            padGroup(out);
+            padGroup(o);
             ++bits_;
             maxCode_ = maxCodeFor(bits_);
         }
@@ -136,11 +180,12 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
         if (free_ < kLzwTableSize) {
             keys[slot] = key;
             codes[slot] = static_cast<std::uint16_t>(free_++);
-        } else if (before + i + 1 >= checkpoint_) {
-            bytesIn_ = before + i + 1;
-            checkRatio(out);
+        } else if (countedIn(before + i + 1) >= checkpoint_) {
+            bytesIn_ = countedIn(before + i + 1);
+            checkRatio(o);
         }
     }
+    out.resize(static_cast<std::size_t>(o - out.data()));
     bytesIn_ = before + size;
     prefix_ = prefix;
 }
@@ -149,19 +194,23 @@ void LzwEncoder::end(std::vector<unsigned char>& out) {
     if (!started_) {
         start(out);
     }
+    const std::size_t base = out.size();
+    out.resize(base + 64);
+    unsigned char* o = out.data() + base;
     if (prefix_ >= 0) {
-        putCode(prefix_, out);
+        putCode(prefix_, o);
         if (free_ > maxCode_) {
-            padGroup(out);
+            padGroup(o);
             ++bits_;
             maxCode_ = maxCodeFor(bits_);
         }
     }
-    putCode(kLzwEnd, out);
+    putCode(kLzwEnd, o);
     if (accBits_ > 0) {
-        out.push_back(static_cast<unsigned char>(acc_));
+        *o++ = static_cast<unsigned char>(acc_);
         ++bytesOut_;
     }
+    out.resize(static_cast<std::size_t>(o - out.data()));
     acc_ = 0;
     accBits_ = 0;
     started_ = false;
@@ -234,10 +283,14 @@ bool LzwDecoder::expand(unsigned char*& out, unsigned char* outEnd) {
         if (self) {
             target[--at] = firstOfPrevious_;
         }
+        // Local pointers: the byte stores below may alias anything, and would otherwise make
+        // the compiler reload the tables' addresses for every byte.
+        const std::uint16_t* const prefixes = prefix_.data();
+        const unsigned char* const suffixes = suffix_.data();
         int walk = known;
         while (walk >= 256) {
-            target[--at] = suffix_[walk];
-            walk = prefix_[walk];
+            target[--at] = suffixes[walk];
+            walk = prefixes[walk];
         }
         target[--at] = static_cast<unsigned char>(walk);
         const unsigned char first = target[0];

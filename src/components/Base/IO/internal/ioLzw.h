@@ -38,13 +38,15 @@ public:
 
 private:
     void start(std::vector<unsigned char>& out);
-    void putCode(int code, std::vector<unsigned char>& out);
-    void padGroup(std::vector<unsigned char>& out);
+    // These write at `o`, which has room (the callers size `out` for the worst case first).
+    void putCode(int code, unsigned char*& o);
+    void padGroup(unsigned char*& o);
     void clearTable();
-    void checkRatio(std::vector<unsigned char>& out);
+    void checkRatio(unsigned char*& o);
 
     std::vector<std::uint32_t> keys_; // hash slots: (prefix << 8 | byte) + 1, 0 when free
     std::vector<std::uint16_t> codes_;
+    std::vector<std::uint16_t> pairs_; // two-byte strings, direct: [first << 8 | second], 0 free
     bool started_ = false;
     int prefix_ = -1;
     int free_ = kLzwFirst;
@@ -180,20 +182,23 @@ LzwDecoder::Result LzwDecoder::decode(Source& in, unsigned char*& out, unsigned 
             state_ = kCodes;
             break;
         case kCodes:
-            if (out == outEnd) {
-                return kOutputFull;
-            }
-            if (!takeCode(in)) {
-                return kNeedInput;
-            }
-            if (code_ == kLzwEnd) {
-                reset();
-                return kEnd;
-            }
-            if (!expand(out, outEnd)) {
-                state_ = kError_;
-                return kError;
-            }
+            // Code after code until a new width, a new table or a string that did not fit.
+            do {
+                if (out == outEnd) {
+                    return kOutputFull;
+                }
+                if (!takeCode(in)) {
+                    return kNeedInput;
+                }
+                if (code_ == kLzwEnd) {
+                    reset();
+                    return kEnd;
+                }
+                if (!expand(out, outEnd)) {
+                    state_ = kError_;
+                    return kError;
+                }
+            } while (state_ == kCodes && pending_.empty());
             break;
         }
     }
