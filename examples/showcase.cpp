@@ -81,6 +81,7 @@ int main() {
     showcaseOS();
     showcaseTCP();
     showcaseIO();
+    showcasePackets();
     showcaseSignals();
     showcaseUndo();
     showcaseLinear();

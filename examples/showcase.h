@@ -12,6 +12,7 @@ void showcasePaths();
 void showcaseFiles();
 void showcaseGetOpt();
 void showcaseIO();
+void showcasePackets();
 void showcaseSignals();
 void showcaseTCP();
 void showcaseUndo();

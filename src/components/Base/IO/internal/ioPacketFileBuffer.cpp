@@ -1,0 +1,77 @@
+// ioPacketFileBuffer.cpp - the per-packet states.
+#include <Base/IO/internal/ioPacketFileBuffer.h>
+
+#include <cstring>
+
+ioPacketFileBuffer::~ioPacketFileBuffer() = default;
+
+void ioPacketFileBuffer::reset(ioPacketType* packetType) {
+    std::fill(chunkOpen.begin(), chunkOpen.end(), 0);
+    level = 0;
+    valid = true;
+    type = packetType;
+}
+
+void ioPacketFileBuffer::raiseLevel() {
+    ++level;
+    if (static_cast<std::size_t>(level) >= chunkOpen.size()) {
+        chunkOpen.resize(chunkOpen.size() * 2, 0);
+    }
+    chunkOpen[static_cast<std::size_t>(level)] = 0;
+}
+
+ioPacketFileBinaryBuffer::ioPacketFileBinaryBuffer()
+    : data(static_cast<std::size_t>(kInitialSize)), size(kInitialSize) {}
+
+ioPacketFileBinaryBuffer::~ioPacketFileBinaryBuffer() = default;
+
+bool ioPacketFileBinaryBuffer::reserve(std::int64_t count) {
+    const std::int64_t need = static_cast<std::int64_t>(position) + count;
+    if (need < size) {
+        return true;
+    }
+    constexpr std::int64_t kLimit = 0x7FFFFFF0;
+    if (need >= kLimit) {
+        return false;
+    }
+    // Doubling keeps appends amortised constant; the area is kept for the next packet.
+    std::int64_t grown = static_cast<std::int64_t>(size) * 2;
+    while (grown <= need) {
+        grown *= 2;
+    }
+    if (grown > kLimit) {
+        grown = kLimit;
+    }
+    data.resize(static_cast<std::size_t>(grown));
+    size = static_cast<std::int32_t>(grown);
+    return true;
+}
+
+void ioPacketFileBinaryBuffer::putRaw(const void* bytes, int count) {
+    if (count <= 0 || !reserve(count)) {
+        return;
+    }
+    std::memcpy(data.data() + position, bytes, static_cast<std::size_t>(count));
+    position += count;
+}
+
+void ioPacketFileBinaryBuffer::putInt32At(std::int32_t at, std::int32_t value) {
+    if (at >= 0 && static_cast<std::int64_t>(at) + 4 <= size) {
+        std::memcpy(data.data() + at, &value, 4);
+    }
+}
+
+ioPacketFileBinaryBuffer::Level& ioPacketFileBinaryBuffer::pushLevel() {
+    if (static_cast<std::size_t>(depth) >= levels.size()) {
+        levels.emplace_back();
+    }
+    Level& level = levels[static_cast<std::size_t>(depth++)];
+    level = Level();
+    return level;
+}
+
+void ioPacketFileBinaryBuffer::popLevel() {
+    if (depth > 0) {
+        --depth;
+    }
+}

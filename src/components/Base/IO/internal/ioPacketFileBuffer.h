@@ -1,0 +1,60 @@
+// ioPacketFileBuffer.h - the per-packet states of the encodings (one per nesting depth).
+#ifndef KY_IO_INTERNAL_PACKETFILEBUFFER_H
+#define KY_IO_INTERNAL_PACKETFILEBUFFER_H
+
+#include <cstdint>
+#include <vector>
+
+class ioPacketType;
+
+/// What every encoding keeps per open packet: one chunk flag per sub-packet level, the level,
+/// whether the packet is valid, and its type. Reused by later packets at the same depth.
+class ioPacketFileBuffer {
+public:
+    ioPacketFileBuffer() : chunkOpen(kInitialLevels, 0) {}
+    virtual ~ioPacketFileBuffer();
+
+    /// Back to a fresh packet of `packetType`.
+    void reset(ioPacketType* packetType);
+    /// Raises the level, growing the flag array as needed.
+    void raiseLevel();
+
+    static constexpr int kInitialLevels = 10;
+    std::vector<unsigned char> chunkOpen;
+    int level = 0;
+    bool valid = true;
+    ioPacketType* type = nullptr;
+};
+
+/// The binary encoding's state: the packet assembled (or read) whole in memory, and one
+/// level record per open packet or sub-packet.
+class ioPacketFileBinaryBuffer : public ioPacketFileBuffer {
+public:
+    struct Level {
+        std::int32_t start = 0;      ///< where this level's length field lies (writing)
+        std::int32_t chunkStart = 0; ///< where the open chunk's length field lies
+        std::int32_t end = 0;        ///< where this level's data ends (reading)
+        std::int32_t chunkEnd = -1;  ///< where the current chunk ends; -1 before the first
+        bool chunkHasData = false;
+    };
+
+    ioPacketFileBinaryBuffer();
+    ~ioPacketFileBinaryBuffer() override;
+
+    /// Room for `count` more bytes at `position`; false (nothing changed) beyond 2 GiB.
+    bool reserve(std::int64_t count);
+    void putRaw(const void* bytes, int count);
+    void putInt32At(std::int32_t at, std::int32_t value);
+    Level& pushLevel();
+    void popLevel();
+    Level& top() { return levels[static_cast<std::size_t>(depth - 1)]; }
+
+    static constexpr std::int32_t kInitialSize = 50000;
+    std::vector<char> data;
+    std::int32_t size = 0;
+    std::int32_t position = 0;
+    std::vector<Level> levels; ///< created on demand, reused
+    int depth = 0;             ///< records in use
+};
+
+#endif // KY_IO_INTERNAL_PACKETFILEBUFFER_H

@@ -1,0 +1,256 @@
+// ioReferenceMapImpl.cpp - the reference map.
+#include <Base/IO/internal/ioReferenceMapImpl.h>
+
+#include <Base/IO/ioPacketType.h>
+
+#include <climits>
+#include <functional>
+
+ioReferenceMap::~ioReferenceMap() = default;
+
+ioReferenceMap* ioPacketFileNewReferenceMap() {
+    return new ioReferenceMapImpl();
+}
+
+ioReferenceMapImpl::ioReferenceMapImpl() : lastNumber_(0), capacity_(0), highest_(0) {}
+
+ioReferenceMapImpl::~ioReferenceMapImpl() {
+    for (Record* page : pages_) {
+        if (page != nullptr) {
+            for (int i = 0; i < kPageSize; ++i) {
+                freeFixups(page[i]);
+            }
+            delete[] page;
+        }
+    }
+}
+
+void ioReferenceMapImpl::freeFixups(Record& record) {
+    while (record.pending != nullptr) {
+        Fixup* next = record.pending->next;
+        delete record.pending;
+        record.pending = next;
+    }
+    record.pendingLast = nullptr;
+}
+
+void ioReferenceMapImpl::queue(Record& record, void** slot, ioPacketType* type, int extra) {
+    auto* fixup = new Fixup{slot, type, extra, nullptr};
+    if (record.pendingLast == nullptr) {
+        record.pending = fixup;
+    } else {
+        record.pendingLast->next = fixup;
+    }
+    record.pendingLast = fixup;
+}
+
+void ioReferenceMapImpl::grow(int number) {
+    if (number < capacity_) {
+        return;
+    }
+    // Small files stay small; past a thousand records the table grows in large steps.
+    std::int64_t target = number < 10     ? 10
+                          : number < 100  ? 100
+                          : number < 1000 ? 1000
+                                          : number + 20000LL;
+    if (target > INT_MAX) {
+        target = INT_MAX;
+    }
+    capacity_ = static_cast<int>(target);
+    pages_.resize(static_cast<std::size_t>((target + kPageSize - 1) / kPageSize), nullptr);
+}
+
+ioReferenceMapImpl::Record* ioReferenceMapImpl::touch(int number) {
+    if (number < 1) {
+        return nullptr;
+    }
+    grow(number);
+    Record*& page = pages_[static_cast<std::size_t>(number / kPageSize)];
+    if (page == nullptr) {
+        page = new Record[kPageSize];
+    }
+    Record& record = page[number % kPageSize];
+    if (!record.inUse) {
+        record.inUse = 1;
+        record.live = 1;
+    }
+    if (number > highest_) {
+        highest_ = number;
+    }
+    return &record;
+}
+
+const ioReferenceMapImpl::Record* ioReferenceMapImpl::find(int number) const {
+    if (number < 1 || number >= capacity_) {
+        return nullptr;
+    }
+    const Record* page = pages_[static_cast<std::size_t>(number / kPageSize)];
+    return page == nullptr ? nullptr : &page[number % kPageSize];
+}
+
+bool ioReferenceMapImpl::beyondLast(const void* address) const {
+    if (tree_.empty()) {
+        return true;
+    }
+    auto last = tree_.cend();
+    --last;
+    return std::less<const void*>()(last->first, address);
+}
+
+int ioReferenceMapImpl::newReference(void* address) {
+    const int number = ++lastNumber_;
+    define(number, address, false);
+    return number;
+}
+
+void ioReferenceMapImpl::define(int number, void* address, bool alias) {
+    if (address == nullptr || number < 1) {
+        return;
+    }
+    Record* record = touch(number);
+    if (beyondLast(address)) {
+        // Objects written from an array or a pool arrive in rising address order: the hint
+        // makes their insertion constant time.
+        tree_.insert(tree_.cend(), {address, number});
+    } else {
+        auto inserted = tree_.insert({address, number});
+        if (!inserted.second) {
+            inserted.first->second = number; // an address that had another number
+        }
+    }
+    if (!alias || record->address == nullptr) {
+        record->address = address;
+    }
+    record->alias = alias ? 1 : 0;
+    record->live = 1;
+    if (number > lastNumber_) {
+        // Numbers read from a file are taken: a later newReference must not hand them out.
+        lastNumber_ = number;
+    }
+}
+
+int ioReferenceMapImpl::lookup(const void* address) const {
+    if (address == nullptr) {
+        return 0;
+    }
+    if (beyondLast(address)) {
+        return -1; // the common case of a new object: no descent
+    }
+    auto it = tree_.find(address);
+    if (it == tree_.end()) {
+        return -1;
+    }
+    const Record* record = find(it->second);
+    if (record == nullptr || !record->live) {
+        return -1;
+    }
+    return it->second;
+}
+
+bool ioReferenceMapImpl::isDefined(int number) const {
+    const Record* record = find(number);
+    return record != nullptr && record->defined && record->live;
+}
+
+void* ioReferenceMapImpl::definition(int number) const {
+    const Record* record = find(number);
+    return record == nullptr ? nullptr : record->address;
+}
+
+void ioReferenceMapImpl::markDefined(int number, ioPacketType* type) {
+    Record* record = touch(number);
+    if (record == nullptr) {
+        return;
+    }
+    record->defined = 1;
+    record->definingType = type;
+    if (record->pending != nullptr) {
+        for (Fixup* f = record->pending; f != nullptr; f = f->next) {
+            if (f->slot != nullptr) {
+                *f->slot = record->address;
+            }
+        }
+        freeFixups(*record);
+    }
+}
+
+void ioReferenceMapImpl::use(int number, ioPacketType* type, int extra) {
+    Record* record = touch(number);
+    if (record == nullptr) {
+        return;
+    }
+    ++record->uses;
+    if (!record->defined) {
+        queue(*record, nullptr, type, extra);
+    }
+}
+
+void ioReferenceMapImpl::undefine(int number) {
+    if (find(number) == nullptr) {
+        return;
+    }
+    Record* record = touch(number);
+    record->live = 0;
+    record->address = nullptr;
+}
+
+void ioReferenceMapImpl::undefine(void* address) {
+    const int number = lookup(address);
+    if (number > 0) {
+        undefine(number);
+    }
+}
+
+void ioReferenceMapImpl::resolve(int number, void** slot, ioPacketType* type, int extra) {
+    if (slot != nullptr) {
+        *slot = nullptr;
+    }
+    Record* record = touch(number);
+    if (record == nullptr) {
+        return;
+    }
+    ++record->uses;
+    if (record->defined) {
+        if (slot != nullptr) {
+            *slot = record->address;
+        }
+        return;
+    }
+    queue(*record, slot, type, extra);
+}
+
+void ioReferenceMapImpl::resolveRemaining(ioClientReadContext& client) {
+    for (int n = 1; n <= highest_; ++n) {
+        Record* page = pages_[static_cast<std::size_t>(n / kPageSize)];
+        if (page == nullptr) {
+            n = (n / kPageSize + 1) * kPageSize - 1; // the whole page is untouched
+            continue;
+        }
+        Record& record = page[n % kPageSize];
+        if (!record.inUse || !record.live) {
+            continue;
+        }
+        for (Fixup* f = record.pending; f != nullptr; f = f->next) {
+            if (f->type != nullptr) {
+                f->type->handleUnresolvedPtr(client, static_cast<void*>(f->slot), f->extra);
+            }
+        }
+        if (record.defined && record.uses == 0 && record.definingType != nullptr) {
+            record.definingType->handleUnreferencedMemory(client, record.address);
+        }
+    }
+}
+
+void ioReferenceMapImpl::reportUnresolved(ioPacketType* type, void (*function)(void*, int)) {
+    if (function == nullptr) {
+        return;
+    }
+    for (int n = 1; n <= highest_; ++n) {
+        const Record* record = find(n);
+        for (Fixup* f = record == nullptr ? nullptr : record->pending; f != nullptr; f = f->next) {
+            if (f->type == type) {
+                function(static_cast<void*>(f->slot), f->extra);
+            }
+        }
+    }
+}

@@ -1,0 +1,77 @@
+// ioReferenceMapImpl.h - the reference map: a tree of addresses and paged number records.
+#ifndef KY_IO_INTERNAL_REFERENCEMAPIMPL_H
+#define KY_IO_INTERNAL_REFERENCEMAPIMPL_H
+
+#include <Base/BaseExport.h>
+#include <Base/Containers/kyMap.h>
+#include <Base/IO/ioReferenceMap.h>
+
+#include <cstdint>
+#include <vector>
+
+/// Addresses go to numbers through a red-black tree (nodes from a block allocator, ten a
+/// block); numbers go to records held in pages of 1,250. Pages are allocated when a record
+/// in them is first touched, so a high number costs one page, not every page below it.
+class KY_BASE_API ioReferenceMapImpl : public ioReferenceMap {
+public:
+    static constexpr int kPageSize = 1250;
+
+    struct Fixup {
+        void** slot;
+        ioPacketType* type;
+        int extra;
+        Fixup* next;
+    };
+    struct Record {
+        unsigned char inUse = 0;
+        unsigned char defined = 0;
+        unsigned char live = 0;
+        unsigned char alias = 0;
+        std::int32_t uses = 0;
+        void* address = nullptr;
+        ioPacketType* definingType = nullptr;
+        Fixup* pending = nullptr;     ///< first queued fix-up: filled and reported in order
+        Fixup* pendingLast = nullptr; ///< where the next one is appended
+    };
+
+    ioReferenceMapImpl();
+    ~ioReferenceMapImpl() override;
+
+    int newReference(void* address) override;
+    void define(int number, void* address, bool alias) override;
+    int lookup(const void* address) const override;
+    bool isDefined(int number) const override;
+    void* definition(int number) const override;
+    void markDefined(int number, ioPacketType* type) override;
+    void use(int number, ioPacketType* type, int extra) override;
+    void undefine(int number) override;
+    void undefine(void* address) override;
+    void resolve(int number, void** slot, ioPacketType* type, int extra) override;
+    void resolveRemaining(ioClientReadContext& client) override;
+    void reportUnresolved(ioPacketType* type, void (*function)(void*, int)) override;
+
+    int highestNumber() const override { return highest_ > lastNumber_ ? highest_ : lastNumber_; }
+
+    int getCapacity() const { return capacity_; }
+    int getHighest() const { return highest_; }
+    /// The record of `number` when its page exists (null otherwise or out of range).
+    const Record* find(int number) const;
+
+private:
+    /// Grows the table so that `number` is below the capacity.
+    void grow(int number);
+    /// The record of `number`, creating its page; null for numbers below 1.
+    Record* touch(int number);
+    static void freeFixups(Record& record);
+    static void queue(Record& record, void** slot, ioPacketType* type, int extra);
+    /// True when `address` sorts after every address in the tree (or the tree is empty).
+    bool beyondLast(const void* address) const;
+
+    ky::map<const void*, int> tree_;
+    int lastNumber_;
+    int capacity_;
+    int highest_;
+    std::vector<Record*> pages_;
+};
+
+#endif // KY_IO_INTERNAL_REFERENCEMAPIMPL_H

@@ -1,0 +1,317 @@
+// ReferenceMapTest.cpp - reference numbers: the map's records and pages, and random object
+// graphs (cycles, self-references, shared targets, null) through a file and back.
+#include "PacketTestSupport.h"
+
+#include <Base/IO/internal/ioReferenceMapImpl.h>
+#include <Base/IO/ioBinaryContext.h>
+#include <Base/IO/ioPacketRegistry.h>
+#include <Base/IO/ioPacketType.h>
+
+#include <kyTestSupport.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <map>
+#include <memory>
+#include <vector>
+
+namespace {
+
+TEST(ReferenceMap, NumbersRecordsAndPages) {
+    ioReferenceMapImpl map;
+    int a = 0, b = 0;
+    EXPECT_EQ(map.lookup(nullptr), 0);
+    EXPECT_EQ(map.lookup(&a), -1);
+    EXPECT_EQ(map.newReference(&a), 1);
+    EXPECT_EQ(map.newReference(&b), 2);
+    EXPECT_EQ(map.lookup(&a), 1);
+    EXPECT_EQ(map.getCapacity(), 10);
+    // Growth steps: 10, 100, 1,000, then the number plus 20,000.
+    const std::pair<int, int> growth[] = {{9, 10}, {10, 100}, {999, 1000}, {1250, 21250}};
+    for (const auto& step : growth) {
+        map.define(step.first, &b, false);
+        EXPECT_EQ(map.getCapacity(), step.second) << step.first;
+    }
+    map.markDefined(1250, nullptr);
+    EXPECT_TRUE(map.isDefined(1250));
+    EXPECT_EQ(map.find(1250), map.find(1251) - 1); // 1,250 opens the second page
+    EXPECT_NE(map.find(1249) + 1, map.find(1250));
+    EXPECT_FALSE(map.isDefined(0));
+    EXPECT_FALSE(map.isDefined(-3));
+    EXPECT_FALSE(map.isDefined(map.getCapacity()));
+    EXPECT_EQ(map.definition(map.getCapacity()), nullptr);
+    map.define(0, &a, false); // ignored
+    map.define(5, nullptr, false);
+    EXPECT_EQ(map.definition(5), nullptr);
+    EXPECT_EQ(map.newReference(&a), 1251); // numbers taken by definitions are not reused
+    map.undefine(&b);
+    EXPECT_EQ(map.lookup(&b), -1);
+    EXPECT_EQ(map.definition(1250), nullptr);
+}
+
+TEST(ReferenceMap, FixupsFillOnDefinitionAndAliasesShareANumber) {
+    ioReferenceMapImpl map;
+    ioPacketType asker("asker");
+    int object = 0;
+    void* slot1 = &map;
+    void* slot2 = &map;
+    map.resolve(3, &slot1, &asker, 7);
+    map.resolve(3, &slot2, &asker, 8);
+    EXPECT_EQ(slot1, nullptr); // nulled at once, filled later
+    std::vector<std::pair<void*, int>> seen;
+    static std::vector<std::pair<void*, int>>* gSeen = nullptr;
+    gSeen = &seen;
+    map.reportUnresolved(&asker, [](void* slot, int extra) { gSeen->push_back({slot, extra}); });
+    ASSERT_EQ(seen.size(), 2u);
+    EXPECT_EQ(seen[0].second, 7); // in the order they were queued
+    EXPECT_EQ(seen[1].second, 8);
+    map.define(3, &object, false);
+    map.markDefined(3, &asker);
+    EXPECT_EQ(slot1, &object);
+    EXPECT_EQ(slot2, &object);
+    seen.clear();
+    map.reportUnresolved(&asker, [](void* slot, int extra) { gSeen->push_back({slot, extra}); });
+    EXPECT_TRUE(seen.empty());
+    // An alias: a second address for number 3.
+    char* inner = reinterpret_cast<char*>(&object) + 1;
+    map.define(3, inner, true);
+    EXPECT_EQ(map.lookup(inner), 3);
+    EXPECT_EQ(map.lookup(&object), 3);
+    EXPECT_EQ(map.definition(3), &object);
+    void* late = nullptr;
+    map.resolve(3, &late, &asker, 0);
+    EXPECT_EQ(late, &object);
+}
+
+// --- Random graphs through a file -----------------------------------------------------------
+
+struct GNode {
+    int id = 0;
+    std::vector<GNode*> edges;
+    GNode* alias = nullptr; // read through an alias of another node's inner field
+    int inner = 0;
+};
+
+std::vector<std::unique_ptr<GNode>> gRead;
+int gUnresolvedReports = 0;
+
+class GNodeType : public ioPacketType {
+public:
+    GNodeType() : ioPacketType("gnode") {}
+    void read(ioClientReadContext& client) override {
+        ioReadContext& r = client.getContext();
+        gRead.emplace_back(new GNode());
+        GNode& n = *gRead.back();
+        r.definePacketReference(&n);
+        r.defineReferenceAlias(r.getPacketReference(), &n.inner);
+        r.readInt(n.id);
+        int count = 0;
+        r.readInt(count);
+        n.edges.assign(static_cast<std::size_t>(std::max(0, std::min(count, 64))), nullptr);
+        for (std::size_t i = 0; i < n.edges.size(); ++i) {
+            r.readReferenceUsage(&n.edges[i], static_cast<int>(i));
+        }
+    }
+    void hasUnresolvedPointer(ioClientReadContext&, void*, int) override { ++gUnresolvedReports; }
+};
+
+class GraphRegistry : public ioPacketRegistry {
+public:
+    using ioPacketRegistry::ioPacketRegistry;
+    void registerAllTypes() override { supportedType(new GNodeType()); }
+};
+
+class ReferenceGraph : public ::testing::TestWithParam<std::uint32_t> {};
+
+TEST_P(ReferenceGraph, RandomGraphsComeBackIsomorphic) {
+    kytest::Random random(GetParam());
+    const int count = random.range(1, 300);
+    std::vector<std::unique_ptr<GNode>> nodes;
+    for (int i = 0; i < count; ++i) {
+        nodes.emplace_back(new GNode());
+        nodes.back()->id = i;
+    }
+    for (auto& n : nodes) {
+        const int edges = random.range(0, 5);
+        for (int e = 0; e < edges; ++e) {
+            const int pick = random.range(-1, count); // -1 null, count self
+            n->edges.push_back(pick < 0        ? nullptr
+                               : pick == count ? n.get()
+                                               : nodes[static_cast<std::size_t>(pick)].get());
+        }
+    }
+    // Packets in a shuffled order: references come before and after their definitions.
+    std::vector<GNode*> order;
+    for (auto& n : nodes) {
+        order.push_back(n.get());
+    }
+    std::shuffle(order.begin(), order.end(), random.engine());
+
+    kyOS::MemoryIOStream memory;
+    ioBufferedStreamOutput out;
+    out.openIOStream(&memory);
+    GraphRegistry writer;
+    const bool debug = random.chance(50);
+    std::unique_ptr<ioWriteContext> w(
+        ioWriteContextAlloc(out, debug ? ioWriteBinaryDebug : ioWriteBinary, &writer));
+    w->startFile();
+    std::map<const GNode*, int> numbers;
+    for (GNode* n : order) {
+        w->startPacket("gnode", n);
+        numbers[n] = w->getReference(n);
+        w->writeInt(n->id);
+        w->writeInt(static_cast<int>(n->edges.size()));
+        for (GNode* e : n->edges) {
+            w->writeReference(e, false);
+        }
+        w->endPacket();
+    }
+    w->endFile();
+    ASSERT_EQ(w->getStatus(), ioGood);
+    out.close();
+    // The same object always gets the same number; the first written gets 1.
+    EXPECT_EQ(numbers[order[0]], 1);
+
+    gRead.clear();
+    ioBufferedStreamInput in;
+    in.openIOStream(&memory);
+    GraphRegistry reader(random.chance(50));
+    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &reader));
+    ASSERT_NE(r, nullptr);
+    ioClientReadContext client(*r);
+    r->readFile(client);
+    ASSERT_EQ(r->getStatus(), ioGood);
+    ASSERT_EQ(gRead.size(), nodes.size());
+    std::vector<GNode*> byId(nodes.size(), nullptr);
+    for (auto& n : gRead) {
+        ASSERT_GE(n->id, 0);
+        ASSERT_LT(n->id, count);
+        byId[static_cast<std::size_t>(n->id)] = n.get();
+    }
+    for (auto& original : nodes) {
+        const GNode* copy = byId[static_cast<std::size_t>(original->id)];
+        ASSERT_NE(copy, nullptr);
+        ASSERT_EQ(copy->edges.size(), original->edges.size());
+        for (std::size_t e = 0; e < copy->edges.size(); ++e) {
+            if (original->edges[e] == nullptr) {
+                EXPECT_EQ(copy->edges[e], nullptr);
+            } else {
+                ASSERT_NE(copy->edges[e], nullptr);
+                EXPECT_EQ(copy->edges[e]->id, original->edges[e]->id);
+            }
+        }
+        // The alias names the same number as the node.
+        EXPECT_EQ(r->getReference(&copy->inner), r->getReference(copy));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Seeds, ReferenceGraph, ::testing::Range<std::uint32_t>(1, 25));
+
+TEST(ReferenceGraph, UnresolvedAndUnreferencedAreReported) {
+    // Node 1 refers to number 9, which no packet defines; nothing refers to node 1.
+    packettest::Bytes b;
+    b.raw("^@\n1\n1 1 1\n1 2 4 8 4 8 8\n@\n   0 packetFile_string\n   1 packetFile_EOF\n");
+    b.raw("   2 gnode\n@\n").i32(2).i32(1).i32(16).i32(1).i32(0).i32(1).i32(2);
+    b.i32(1).i32(0).i32(0);
+    kyOS::MemoryIOStream memory;
+    packettest::fill(memory, b.out);
+    ioBufferedStreamInput in;
+    in.openIOStream(&memory);
+    GraphRegistry reader;
+    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &reader));
+    ioClientReadContext client(*r);
+    gRead.clear();
+    gUnresolvedReports = 0;
+    r->readFile(client);
+    EXPECT_EQ(r->getStatus(), ioGood);
+    ASSERT_EQ(gRead.size(), 1u);
+    EXPECT_EQ(gRead[0]->edges[0], nullptr);
+    EXPECT_EQ(gUnresolvedReports, 1);
+    ioPacketType* type = reader.lookup("gnode");
+    EXPECT_TRUE(type->isUnresolved());
+    EXPECT_TRUE(type->isUnreferenced());
+    static int gReported = 0;
+    gReported = 0;
+    r->reportUnresolvedPtrs(type, [](void*, int) { ++gReported; });
+    EXPECT_EQ(gReported, 1);
+}
+
+TEST(ReferenceGraph, MapsAreSharedAndCounted) {
+    kyOS::MemoryIOStream memory;
+    ioBufferedStreamOutput out;
+    out.openIOStream(&memory);
+    ioReferenceMap* shared = ioPacketFileNewReferenceMap();
+    int object = 0;
+    {
+        ioWriteContextBinary first(out), second(out);
+        first.associateReferenceMap(shared);
+        second.associateReferenceMap(shared);
+        EXPECT_EQ(shared->count(), 2);
+        EXPECT_EQ(first.getReferenceMap(), second.getReferenceMap());
+        shared->newReference(&object);
+        EXPECT_EQ(second.getReference(&object), 1);
+        shared->incrementCount(); // keep it past the contexts
+    }
+    EXPECT_EQ(shared->count(), 1);
+    shared->decrementCount();
+}
+
+} // namespace
+
+namespace {
+
+struct Halting : ioClientReadContext {
+    using ioClientReadContext::ioClientReadContext;
+    void postPacketRead() override { getContext().halt(); }
+};
+
+TEST(ReferenceGraph, FilesInOneStreamShareNumbersAndHaltStops) {
+    // Two files back to back; the second refers to a node of the first by its number.
+    kyOS::MemoryIOStream memory;
+    ioBufferedStreamOutput out;
+    out.openIOStream(&memory);
+    GraphRegistry writer;
+    GNode first, second;
+    second.edges.push_back(&first);
+    ioWriteContextBinary w(out);
+    w.associateRegistry(&writer);
+    for (GNode* n : {&first, &second}) {
+        w.startFile();
+        w.startPacket("gnode", n);
+        w.writeInt(n == &first ? 1 : 2);
+        w.writeInt(static_cast<int>(n->edges.size()));
+        for (GNode* e : n->edges) {
+            w.writeReference(e, false);
+        }
+        w.endPacket();
+        w.endFile();
+    }
+    out.close();
+
+    ioBufferedStreamInput in;
+    in.openIOStream(&memory);
+    GraphRegistry reader;
+    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &reader));
+    ioClientReadContext client(*r);
+    gRead.clear();
+    r->readFile(client);
+    EXPECT_EQ(r->getStatus(), ioGood);
+    ASSERT_TRUE(r->reusePacketFile());
+    r->readFile(client);
+    EXPECT_EQ(r->getStatus(), ioGood);
+    ASSERT_EQ(gRead.size(), 2u);
+    EXPECT_EQ(gRead[1]->edges[0], gRead[0].get());
+    EXPECT_FALSE(r->reusePacketFile()); // nothing follows: halted
+    EXPECT_EQ(r->getStatus(), ioGood);
+
+    ioBufferedStreamInput again;
+    again.openIOStream(&memory);
+    memory.rewind();
+    std::unique_ptr<ioReadContext> h(ioReadContextAlloc(again, &reader));
+    Halting halting(*h);
+    h->readFile(halting);
+    EXPECT_EQ(h->getStatus(), ioHalted);
+}
+
+} // namespace
