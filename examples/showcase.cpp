@@ -85,5 +85,6 @@ int main() {
     showcaseUndo();
     showcaseLinear();
     showcaseThreads();
+    showcasePlugins();
     return 0;
 }
