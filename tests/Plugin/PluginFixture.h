@@ -1,5 +1,5 @@
 // PluginFixture.h - a temporary plug-in directory, captured application output and clean-up
-// of the test brushes, shared by the plug-in tests.
+// of the registry, shared by the plug-in tests.
 #ifndef KY_TESTS_PLUGIN_FIXTURE_H
 #define KY_TESTS_PLUGIN_FIXTURE_H
 
@@ -11,12 +11,10 @@
 #include <Base/OS/kyOSAppOutput.h>
 #include <Base/Plugin/internal/kyPluginLibrary.h>
 #include <Base/Plugin/kyPluginPlugin.h>
-#include <Base/Plugin/kyPluginService.h>
 
-#include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace kytest {
@@ -28,41 +26,29 @@ protected:
         kyOS::AppOutput::setSink(&PluginFixture::capture, this);
     }
     void TearDown() override {
-        dropBrushes();
+        while (brush(0) != nullptr) {
+            destroy(brush(0));
+        }
         kyPlugin::detail::libraryCalls() = kyPlugin::detail::nativeLibraryCalls();
         kyPlugin::detail::resetServiceScanForTesting();
-        kyOS::AppMain::setPluginDirectories(ky::vector<kyString::IString>());
         kyOS::AppOutput::setSink(nullptr);
         TempDirTest::TearDown();
     }
-
     /// Copies the built test plug-in `name` into the test's directory as `as` (default: its
     /// own file name) and returns the copy's path.
     std::string copyPlugin(const std::string& name, std::string as = std::string()) {
-        const std::string file = name + KY_TEST_PLUGIN_SUFFIX;
-        if (as.empty()) {
-            as = file;
-        }
-        std::filesystem::copy_file(std::filesystem::path(KY_TEST_PLUGIN_DIR) / file, path(as));
+        as = as.empty() ? name + KY_TEST_PLUGIN_SUFFIX : as;
+        std::filesystem::copy_file(
+            std::filesystem::path(KY_TEST_PLUGIN_DIR) / (name + KY_TEST_PLUGIN_SUFFIX), path(as));
         return path(as);
     }
-    void writeFile(const std::string& leaf, const std::string& bytes) {
-        std::FILE* f = std::fopen(path(leaf).c_str(), "wb");
-        ASSERT_NE(f, nullptr);
-        std::fwrite(bytes.data(), 1, bytes.size(), f);
-        std::fclose(f);
+    std::string writeFile(const std::string& leaf, const std::string& bytes) {
+        std::ofstream(path(leaf), std::ios::binary) << bytes;
+        return path(leaf);
     }
     /// Everything written to `channel` since the test began (or since `clearOutput`).
-    std::string output(int channel) const {
-        std::string text;
-        for (const auto& line : lines_) {
-            if (line.first == channel) {
-                text += line.second;
-            }
-        }
-        return text;
-    }
-    void clearOutput() { lines_.clear(); }
+    std::string output(int channel) const { return text_[channel == 1 ? 0 : 1]; }
+    void clearOutput() { text_[0] = text_[1] = ""; }
     /// Scans `directories` as the plug-in directories of a fresh process would be scanned.
     void scan(const std::vector<std::string>& directories, const char* subdirectory = nullptr) {
         ky::vector<kyString::IString> list;
@@ -73,26 +59,21 @@ protected:
         kyPlugin::detail::resetServiceScanForTesting();
         kyPlugin::ServiceManager::getInstance()->registerServices(subdirectory);
     }
-    static BrushService* brush(const char* name) {
-        return static_cast<BrushService*>(
-            kyPlugin::ServiceManager::getInstance()->getService("Brush", name));
+    template <class Key>
+    static BrushService* brush(Key key) {
+        kyPlugin::ServiceManager* m = kyPlugin::ServiceManager::getInstance();
+        return static_cast<BrushService*>(m->getService(m->getServiceIndex("Brush"), key));
     }
-    /// Destroys a service that nobody holds (services are counted, the registry holds none).
+    /// Destroys a service that nobody holds (the registry holds no count).
     static void destroy(kyPlugin::Service* service) {
         ky::Reference<kyPlugin::Service> last(service);
-    }
-    static void dropBrushes() {
-        kyPlugin::ServiceManager* m = kyPlugin::ServiceManager::getInstance();
-        while (m->getNumServices("Brush") > 0) {
-            destroy(m->getService(m->getServiceIndex("Brush"), 0));
-        }
     }
 
 private:
     static void capture(void* self, int channel, const char* text) {
-        static_cast<PluginFixture*>(self)->lines_.emplace_back(channel, text);
+        static_cast<PluginFixture*>(self)->text_[channel == 1 ? 0 : 1] += text;
     }
-    std::vector<std::pair<int, std::string>> lines_;
+    std::string text_[2];
 };
 
 } // namespace kytest

@@ -15,9 +15,6 @@ bool isLibraryMapped(const std::string& path);
 /// released again.
 std::string systemLoadError(const std::string& path);
 
-/// Makes `link` a symbolic link to `target`; false where the platform or the user cannot.
-bool makeSymbolicLink(const std::string& target, const std::string& link);
-
 } // namespace kytest
 
 #endif // KY_TESTS_SUPPORT_LIBRARY_H

@@ -3,7 +3,6 @@
 
 #include <dlfcn.h>
 #include <link.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <system_error>
@@ -45,10 +44,6 @@ std::string systemLoadError(const std::string& path) {
     }
     const char* text = ::dlerror();
     return text != nullptr ? text : "";
-}
-
-bool makeSymbolicLink(const std::string& target, const std::string& link) {
-    return ::symlink(target.c_str(), link.c_str()) == 0;
 }
 
 } // namespace kytest

@@ -44,9 +44,4 @@ std::string systemLoadError(const std::string& path) {
     return message;
 }
 
-// Symbolic links need a privilege that tests do not count on under Windows.
-bool makeSymbolicLink(const std::string&, const std::string&) {
-    return false;
-}
-
 } // namespace kytest

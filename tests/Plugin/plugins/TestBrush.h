@@ -13,6 +13,7 @@ public:
     const char* getType() const override { return "Brush"; }
     /// The main plug-in's stroke count after this stroke, -1 when it cannot be loaded.
     virtual int stroke() = 0;
+    kyPlugin::PluginProxy* proxy() const { return getPluginProxy(); }
 };
 
 } // namespace kytest
