@@ -5,6 +5,9 @@
 # and, where it has them, under tests/, bench/ and fuzz/.
 set(BASE_AREAS Utility String Containers OS IO TCP RTB Undo Plugin Linear)
 
+# base_add_plugin(): plug-in libraries for the loader (shared with client projects).
+include("${CMAKE_CURRENT_LIST_DIR}/BasePlugin.cmake")
+
 # base_add_area_subdirectories(): adds <Area>/ of the current folder for every area that has a
 # CMakeLists.txt there.
 macro(base_add_area_subdirectories)

@@ -23,6 +23,7 @@ configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/BaseConfig.cmake.in"
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/BaseConfigVersion.cmake"
   VERSION ${PROJECT_VERSION} COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/BaseConfig.cmake" "${PROJECT_BINARY_DIR}/BaseConfigVersion.cmake"
+  "${PROJECT_SOURCE_DIR}/cmake/BasePlugin.cmake"
   DESTINATION ${BASE_CMAKE_DIR})
 
 # The .pc file finds the prefix from its own place, so the package can be installed (or

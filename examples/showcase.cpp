@@ -86,5 +86,6 @@ int main() {
     showcaseUndo();
     showcaseLinear();
     showcaseThreads();
+    showcasePlugins();
     return 0;
 }

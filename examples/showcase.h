@@ -18,5 +18,6 @@ void showcaseTCP();
 void showcaseUndo();
 void showcaseLinear();
 void showcaseThreads();
+void showcasePlugins();
 
 #endif // KY_EXAMPLES_SHOWCASE_H

@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -134,4 +136,34 @@ TEST(Reference, NullObjectGivesNullHandle) {
     EXPECT_FALSE(a);
     ky::Reference<Tracked> b(a);
     EXPECT_FALSE(b);
+}
+
+namespace {
+// Records, when its deferred action runs, whether the object that scheduled it is gone.
+struct Deferring : ky::ReferenceCount {
+    Deferring(std::vector<std::string>& log, ky::ReferenceCount* inner)
+        : log_(&log), inner_(inner) {}
+    ~Deferring() override {
+        ky::ReferenceCount::runAfterDeletion(
+            [](void* log) { static_cast<std::vector<std::string>*>(log)->push_back("after"); },
+            log_);
+        ky::Reference<ky::ReferenceCount> dropped(inner_); // a nested deletion in between
+        dropped.release();
+        log_->push_back("destructor");
+    }
+    std::vector<std::string>* log_;
+    ky::ReferenceCount* inner_;
+};
+} // namespace
+
+TEST(ReferenceCount, ActionsAfterDeletionWaitForTheOutermostDeletion) {
+    std::vector<std::string> log;
+    ky::ReferenceCount::runAfterDeletion(
+        [](void* l) { static_cast<std::vector<std::string>*>(l)->push_back("at once"); }, &log);
+    EXPECT_EQ(log, std::vector<std::string>{"at once"});
+    log.clear();
+    ky::Reference<Deferring> outer(new Deferring(log, new Deferring(log, nullptr)));
+    outer.release();
+    // Both destructors ran before either action, although the inner deletion ended first.
+    EXPECT_EQ(log, (std::vector<std::string>{"destructor", "destructor", "after", "after"}));
 }

@@ -90,6 +90,11 @@
 #include <Base/Undo/kyUndoReport.h>
 #include <Base/Undo/kyUndoState.h>
 
+// Plugin
+#include <Base/Plugin/kyPluginExport.h>
+#include <Base/Plugin/kyPluginPlugin.h>
+#include <Base/Plugin/kyPluginService.h>
+
 // Linear algebra
 #include <Base/Linear/kyLinearAffineMatrix.h>
 #include <Base/Linear/kyLinearAffineMatrix2.h>

@@ -31,6 +31,12 @@ public:
     bool decrementCount() noexcept;
     int count() const noexcept { return count_; }
 
+    /// Runs `action(context)` once the outermost deletion now running on this thread (a
+    /// `decrementCount` that reached 0) has returned, or at once when none runs. For
+    /// destructors that must not release the code they are running in (a plug-in's classes
+    /// holding their library).
+    static void runAfterDeletion(void (*action)(void*), void* context);
+
 protected:
     virtual ~ReferenceCount();
 
