@@ -1,9 +1,10 @@
 # Helpers that add every area of Base the same way: its library sources, its test executable,
 # its benchmarks and its fuzz targets. Each area's CMakeLists.txt is a few calls to these.
 
-# The areas of the library in dependency order. Each has a folder under src/components/Base/
-# and, where it has them, under tests/, bench/ and fuzz/.
-set(BASE_AREAS Utility String Containers OS IO TCP RTB Undo Plugin Linear)
+# The areas of the library, each after the areas it uses: in the order of their first layer in
+# cmake/BaseLayers.txt (Utility at its core's place; .ci/check-rules compares the two). Each has
+# a folder under src/components/Base/ and, where it has them, under tests/, bench/ and fuzz/.
+set(BASE_AREAS Containers Utility String OS TCP IO RTB Linear Undo Plugin)
 
 # base_add_area_subdirectories(): adds <Area>/ of the current folder for every area that has a
 # CMakeLists.txt there.

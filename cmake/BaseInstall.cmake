@@ -9,11 +9,12 @@ install(TARGETS Base EXPORT BaseTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 
-# Public headers only: internal/ folders and generated sources stay behind.
+# Public headers only: internal/ and shared/ folders and generated sources stay behind.
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/src/components/Base"
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
   FILES_MATCHING PATTERN "*.h"
-  PATTERN "internal" EXCLUDE)
+  PATTERN "internal" EXCLUDE
+  PATTERN "shared" EXCLUDE)
 
 set(BASE_CMAKE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/Base")
 install(EXPORT BaseTargets NAMESPACE Base:: DESTINATION ${BASE_CMAKE_DIR})
