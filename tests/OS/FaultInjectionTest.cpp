@@ -476,7 +476,7 @@ TEST_F(FaultInjectionTest, RenameWithinADirectory) {
             p.check(!hasTarget || target == kOld, "the target is not the source's data");
             p.check(run.outcome.ok == hasTarget, "the result does not match the files");
             if (!run.outcome.ok) {
-                p.check(run.outcome.code == 6, "unexpected code");
+                p.check(run.outcome.code == kyOS::kRenameFailed, "unexpected code");
             }
             expectOnly(p, work_, {hasSource ? from.filename().string() : to.filename().string()},
                        false);
@@ -531,7 +531,7 @@ CycleResult protectedWriteCycle(const fs::path& main, bool copy, const std::stri
             std::size_t put = 0;
             e = out.write(content.data() + at, n, &put);
             if (e.ok() && put != n) {
-                e = kyOS::File::getError(4);
+                e = kyOS::File::getError(kyOS::kFileErrIO);
             }
         }
         if (out.isOpen()) {

@@ -40,6 +40,7 @@
 #include <Base/OS/kyOSDebugTrace.h>
 #include <Base/OS/kyOSFile.h>
 #include <Base/OS/kyOSFileStatus.h>
+#include <Base/OS/kyOSFileTypes.h>
 #include <Base/OS/kyOSFilename.h>
 #include <Base/OS/kyOSFilesystem.h>
 #include <Base/OS/kyOSGetOpt.h>

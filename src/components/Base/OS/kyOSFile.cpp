@@ -32,7 +32,7 @@ void FileStatus::reset() {
 // ---------------------------------------------------------------------------------------------
 // Error table
 
-const char* const File::ErrMsgs[19] = {
+const char* const File::ErrMsgs[kFileErrCount] = {
     "Not Implemented",
     "File Exists",
     "End Of File",
@@ -58,7 +58,7 @@ kyUtil::Error File::getError(int code) {
     if (code == 0) {
         return kyUtil::Error();
     }
-    if (code < 1 || code > 19) {
+    if (code < 1 || code > kFileErrCount) {
         return kyUtil::Error(code, kyString::IString());
     }
     return kyUtil::Error(code, "%s", ErrMsgs[code - 1]);
@@ -102,7 +102,7 @@ void setFileFactory(FileFactory* factory) {
 
 namespace {
 kyUtil::Error invalid() {
-    return File::getError(1);
+    return File::getError(kFileErrNotImplemented);
 }
 } // namespace
 

@@ -6,6 +6,7 @@
 #include <Base/BaseExport.h>
 #include <Base/Containers/kyVector.h>
 #include <Base/OS/kyOSFileStatus.h>
+#include <Base/OS/kyOSFileTypes.h>
 #include <Base/OS/kyOSFilename.h>
 #include <Base/OS/kyOSIOStream.h>
 #include <Base/String/kyStringIString.h>
@@ -16,35 +17,9 @@
 
 namespace kyOS {
 
-/// How `File::open` and `File::openTemp` open a file: one of `kRead`, `kWrite`,
-/// `kReadWrite`, optionally with the modifiers.
-///  - `kRead`: the file must exist ("File does not exist", code 18, otherwise).
-///  - `kWrite`, `kReadWrite`: the file must exist unless `kCreate` is given.
-///  - `kAppend`: every write goes to the end (implies writing).
-///  - `kCreate`: create the file when missing (permissions 0666 less the process's umask).
-///  - `kTruncate`: empty an existing file.
-///  - `kExclusive`: with `kCreate`, fail with "File Exists" (code 2) when the file exists.
-/// Files are always opened in binary mode and are not inherited by child processes.
-enum OpenMode {
-    kRead = 1,
-    kWrite = 2,
-    kReadWrite = 3,
-    kAppend = 4,
-    kCreate = 8,
-    kTruncate = 16,
-    kExclusive = 32,
-};
-
-/// Flags of `File::deleteSelf`: `kDeleteRecursive` removes a directory with its contents;
-/// without it a directory must be empty ("The directory is not empty", code 13).
-enum DeleteFlags { kDeleteRecursive = 1 };
-
-/// Origins of `File::seek`.
-enum SeekOrigin { kSeekSet = 0, kSeekCurrent = 1, kSeekEnd = 2 };
-
 /// One way of reaching files: the local disk is the built-in one. A transport is made for
 /// one name by a `FileFactory` and owned by the `File` that uses it. Every operation returns
-/// an error from the file error table (`File::getError`) or code 14 with the system's own
+/// an error from the file error table (`File::getError`) or `kFileErrSyscall` with the system's own
 /// text. Not thread-safe: one thread at a time per transport.
 class KY_BASE_API FileTransport {
 public:
@@ -100,8 +75,8 @@ KY_BASE_API void setFileFactory(FileFactory* factory);
 /// A file or directory, reached through the transport that the factory made for its name.
 /// Owns the transport. Opening, reading and writing follow `OpenMode` and the `IOStream`
 /// contract; failures come back as `kyUtil::Error` values with the codes of the file error
-/// table below (14 carries the system's own text). A `File` closes itself when destroyed.
-/// Not thread-safe: one thread at a time per object.
+/// table (`FileError`; `kFileErrSyscall` carries the system's own text). A `File` closes itself
+/// when destroyed. Not thread-safe: one thread at a time per object.
 ///
 /// @code
 ///   kyOS::File out(L"notes.txt");
@@ -111,10 +86,10 @@ KY_BASE_API void setFileFactory(FileFactory* factory);
 /// @endcode
 class KY_BASE_API File : public IOStream {
 public:
-    /// Message texts of the file error codes 1 to 19, indexed by code - 1.
-    static const char* const ErrMsgs[19];
+    /// Message texts of the file error codes (`FileError`), indexed by code - 1.
+    static const char* const ErrMsgs[kFileErrCount];
     /// An error with `code` and its text from `ErrMsgs`; code 0 gives an empty error and a
-    /// code outside 1..19 the code alone.
+    /// code outside the table the code alone.
     static kyUtil::Error getError(int code);
 
     /// Status of the name through the installed factory's transport (without owner and
@@ -172,14 +147,15 @@ KY_BASE_API bool doesFileExist(const Filename& name);
 /// `File::query` answered without error and the name may be written.
 KY_BASE_API bool isFileWritable(const Filename& name);
 
-/// Deletes a file. On failure: code 1 with the system's message.
+/// Deletes a file. On failure: `kFileOpFailed` with the system's message.
 KY_BASE_API kyUtil::Error fileDelete(const Filename& name);
 KY_BASE_API kyUtil::Error fileDelete(const char* name);
 KY_BASE_API kyUtil::Error fileDelete(const wchar_t* name);
 /// Copies contents, permission bits and modification time. On failure the message is
-/// "Error copying <from> to <to>: <system message>" and the code 2 when the source is
-/// missing, 3 when the target exists and `overwrite` is false, 1 otherwise (these codes
-/// deliberately differ from the file error table).
+/// "Error copying <from> to <to>: <system message>" and the code `kCopySourceMissing` (2) when
+/// the source is missing, `kCopyTargetExists` (3) when the target exists and `overwrite` is
+/// false, `kFileOpFailed` (1) otherwise (these codes deliberately differ from the file error
+/// table).
 KY_BASE_API kyUtil::Error fileCopy(const Filename& from, const Filename& to, bool overwrite);
 KY_BASE_API kyUtil::Error fileCopy(const char* from, const char* to, bool overwrite);
 KY_BASE_API kyUtil::Error fileCopy(const wchar_t* from, const wchar_t* to, bool overwrite);
@@ -188,7 +164,7 @@ KY_BASE_API kyUtil::Error fileMove(const Filename& from, const Filename& to, boo
 KY_BASE_API kyUtil::Error fileMove(const char* from, const char* to, bool overwrite);
 KY_BASE_API kyUtil::Error fileMove(const wchar_t* from, const wchar_t* to, bool overwrite);
 /// Renames within one directory; across directories moves with overwrite. A failed rename
-/// gives code 6 and a message chosen by the system's error number.
+/// gives `kRenameFailed` (6) and a message chosen by the system's error number.
 KY_BASE_API kyUtil::Error fileRename(const Filename& from, const Filename& to);
 KY_BASE_API kyUtil::Error fileRename(const char* from, const char* to);
 KY_BASE_API kyUtil::Error fileRename(const wchar_t* from, const wchar_t* to);
