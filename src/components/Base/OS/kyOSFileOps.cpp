@@ -1,5 +1,5 @@
 // kyOSFileOps.cpp - whole-file operations, temporary names and their C entry points.
-#include <Base/OS/kyOSFile.h>
+#include <Base/OS/kyOSFileOps.h>
 
 #include <Base/OS/internal/kyOSFileUtil.h>
 #include <Base/OS/internal/kyOSPath.h>
@@ -260,7 +260,17 @@ bool copyOut(const std::basic_string<Char>& s, Char* out, std::size_t size) {
 
 } // namespace
 
+using kyOS::detail::filenameFrom;
+
 extern "C" {
+
+bool kyOS_CopyFileTo(const char* from, const char* to, bool overwrite) {
+    return kyOS::fileCopy(filenameFrom(from), filenameFrom(to), overwrite).ok();
+}
+
+bool kyOS_CopyFileToW(const wchar_t* from, const wchar_t* to, bool overwrite) {
+    return kyOS::fileCopy(filenameFrom(from), filenameFrom(to), overwrite).ok();
+}
 
 bool kyOS_GetTemporaryDirectory(char* out, std::size_t size) {
     return copyOut(std::string(kyOS::getTempDirectory().name().asMultibyte()), out, size);
