@@ -79,8 +79,11 @@ int main() {
     showcaseFiles();
     showcaseGetOpt();
     showcaseOS();
+    showcaseTCP();
+    showcaseIO();
     showcaseSignals();
     showcaseUndo();
     showcaseLinear();
+    showcaseThreads();
     return 0;
 }

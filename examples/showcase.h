@@ -11,8 +11,11 @@ void showcaseOS();
 void showcasePaths();
 void showcaseFiles();
 void showcaseGetOpt();
+void showcaseIO();
 void showcaseSignals();
+void showcaseTCP();
 void showcaseUndo();
 void showcaseLinear();
+void showcaseThreads();
 
 #endif // KY_EXAMPLES_SHOWCASE_H

@@ -12,9 +12,10 @@
 //   emit_churn/10  a callback disconnects and reconnects another connection during every
 //                  emission.
 // Goals: at most 1.5x the loop's time, at least 4x boost's speed. kyRTB pays for re-entrance
-// safety with a lock count per connection while it is called, not with a copy of the
-// connection list per emission; with a single connection that count's increment and
-// decrement in every emission are most of the difference to the bare loop.
+// safety, not with a copy of the connection list per emission, but with a flag that marks the
+// connection being called: two plain stores and a few predictable branches. (A lock count
+// incremented and decremented around every call chained each emission to the one before
+// through memory; only nested emissions of the same signal take a count now.)
 #include <Base/RTB/kyRTBSignal.h>
 
 #include <kyBenchSupport.h>

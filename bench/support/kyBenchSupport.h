@@ -1,16 +1,18 @@
 // kyBenchSupport.h - a main() for Base's benchmark programs that runs every benchmark with
 // repetitions in random interleaved order and then prints, for each pair of benchmarks named
-// ".../base" and ".../<baseline>", the ratio of their median times against a goal.
+// ".../base" and ".../<baseline>", the median of their per-repetition time ratios, its spread,
+// and whether it clears a goal.
 //
 // Name benchmarks "<case>/base" and "<case>/<baseline>" (for example "hash_map/insert/std")
 // and register goals with kybench::goal("<case>", "<baseline>", minimumSpeedRatio). A ratio
-// above 1 means Base is faster. Run with --benchmark_repetitions=N to change the default (7,
+// above 1 means Base is faster. Run with --benchmark_repetitions=N to change the default (15,
 // or what the program passes to runBenchmarks).
 #ifndef KY_BENCH_SUPPORT_H
 #define KY_BENCH_SUPPORT_H
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -36,21 +38,33 @@ inline bool goal(const std::string& name, const std::string& baseline, double mi
     return true;
 }
 
-// Keeps the median of every repeated benchmark while the console shows the usual report.
-// Benchmarks timed with UseManualTime() or UseRealTime() carry a suffix that is not part of
-// their case name.
-class MedianCollector : public benchmark::ConsoleReporter {
+// Keeps every repetition's time (and the median) of each benchmark while the console shows
+// only the aggregates. Benchmarks timed with UseManualTime() or UseRealTime() carry a suffix
+// that is not part of their case name.
+class RepetitionCollector : public benchmark::ConsoleReporter {
 public:
     void ReportRuns(const std::vector<Run>& runs) override {
+        std::vector<Run> shown;
         for (const Run& run : runs) {
-            const bool single = run.run_type == Run::RT_Iteration && run.repetitions <= 1;
-            if (single || (run.run_type == Run::RT_Aggregate && run.aggregate_name == "median")) {
-                medians[caseName(run.run_name.str())] = run.GetAdjustedRealTime();
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
+                const std::size_t index =
+                    run.repetition_index < 0 ? 0 : static_cast<std::size_t>(run.repetition_index);
+                std::vector<double>& times = repetitions[caseName(run.run_name.str())];
+                if (times.size() <= index) {
+                    times.resize(index + 1, 0.0);
+                }
+                times[index] = run.GetAdjustedRealTime();
+            }
+            if (run.run_type == Run::RT_Aggregate || run.repetitions <= 1) {
+                shown.push_back(run);
             }
         }
-        ConsoleReporter::ReportRuns(runs);
+        if (!shown.empty()) {
+            ConsoleReporter::ReportRuns(shown);
+        }
     }
-    std::map<std::string, double> medians;
+    /// Per case, the time of each repetition in repetition order (0 where one failed).
+    std::map<std::string, std::vector<double>> repetitions;
 
 private:
     static std::string caseName(std::string name) {
@@ -64,32 +78,69 @@ private:
     }
 };
 
+/// The value at fraction `q` (0..1) of sorted `v`, interpolated between neighbours.
+inline double quantile(std::vector<double> v, double q) {
+    if (v.empty()) {
+        return 0.0;
+    }
+    std::sort(v.begin(), v.end());
+    const double at = q * static_cast<double>(v.size() - 1);
+    const std::size_t below = static_cast<std::size_t>(at);
+    const std::size_t above = below + 1 < v.size() ? below + 1 : below;
+    return v[below] + (v[above] - v[below]) * (at - static_cast<double>(below));
+}
+
 /// Prints the ratio table; returns the number of goals missed.
-inline int printRatios(const std::map<std::string, double>& medians) {
+///
+/// Base and its baseline run as interleaved repetitions of one process, so repetition i of
+/// each ran under much the same machine load: the ratio of each pair is one sample, and the
+/// table shows the median of those samples with their interquartile range. A goal is "met"
+/// only when the whole range clears it, "MISSED" when the whole range falls short, and
+/// "unclear" when the range straddles it (a noisy machine: run again with more repetitions).
+inline int printRatios(const std::map<std::string, std::vector<double>>& repetitions) {
     int missed = 0;
-    std::printf("\n%-44s %-14s %12s %12s %8s %6s  %s\n", "case", "baseline", "base", "baseline",
-                "ratio", "goal", "");
+    std::printf("\n%-44s %-12s %11s %11s %7s %15s %6s  %s\n", "case", "baseline", "base",
+                "baseline", "ratio", "ratio IQR", "goal", "");
     for (const auto& entry : goals()) {
-        const auto mine = medians.find(entry.first + "/base");
+        const auto mine = repetitions.find(entry.first + "/base");
         for (const Goal& g : entry.second) {
-            const auto theirs = medians.find(entry.first + "/" + g.baseline);
-            if (mine == medians.end() || theirs == medians.end()) {
+            const auto theirs = repetitions.find(entry.first + "/" + g.baseline);
+            if (mine == repetitions.end() || theirs == repetitions.end()) {
                 continue; // filtered out, or the baseline was not built
             }
-            const double ratio = theirs->second / mine->second;
-            const bool met = ratio >= g.minimumRatio;
-            missed += met ? 0 : 1;
-            std::printf("%-44s %-14s %12.1f %12.1f %7.2fx %5.2fx  %s\n", entry.first.c_str(),
-                        g.baseline.c_str(), mine->second, theirs->second, ratio, g.minimumRatio,
-                        g.minimumRatio <= 0 ? "" : (met ? "met" : "MISSED"));
+            std::vector<double> ratios;
+            const std::size_t n = std::min(mine->second.size(), theirs->second.size());
+            for (std::size_t i = 0; i < n; ++i) {
+                if (mine->second[i] > 0.0 && theirs->second[i] > 0.0) {
+                    ratios.push_back(theirs->second[i] / mine->second[i]);
+                }
+            }
+            if (ratios.empty()) {
+                continue;
+            }
+            const double low = quantile(ratios, 0.25);
+            const double high = quantile(ratios, 0.75);
+            const char* verdict = "";
+            if (g.minimumRatio > 0) {
+                verdict = low >= g.minimumRatio   ? "met"
+                          : high < g.minimumRatio ? "MISSED"
+                                                  : "unclear";
+                missed += low >= g.minimumRatio ? 0 : 1;
+            }
+            char range[32];
+            std::snprintf(range, sizeof range, "%.2f-%.2f", low, high);
+            std::printf("%-44s %-12s %11.1f %11.1f %6.2fx %15s %5.2fx  %s\n", entry.first.c_str(),
+                        g.baseline.c_str(), quantile(mine->second, 0.5),
+                        quantile(theirs->second, 0.5), quantile(ratios, 0.5), range, g.minimumRatio,
+                        verdict);
         }
     }
     return missed;
 }
 
 /// The benchmark program's main: repetitions (`defaultRepetitions` unless the command line
-/// gives a number), random interleaving, medians, ratios.
-inline int runBenchmarks(int argc, char** argv, int defaultRepetitions = 7) {
+/// gives a number), random interleaving, medians, ratios with their spread.
+inline int runBenchmarks(int argc, char** argv, int defaultRepetitions = 15) {
     std::vector<char*> args(argv, argv + argc);
     bool hasRepetitions = false;
     for (int i = 1; i < argc; ++i) {
@@ -97,19 +148,19 @@ inline int runBenchmarks(int argc, char** argv, int defaultRepetitions = 7) {
     }
     std::string repetitions = "--benchmark_repetitions=" + std::to_string(defaultRepetitions);
     static char interleave[] = "--benchmark_enable_random_interleaving=true";
-    static char aggregatesOnly[] = "--benchmark_report_aggregates_only=true";
     if (!hasRepetitions) {
         args.push_back(&repetitions[0]);
     }
     args.push_back(interleave);
-    args.push_back(aggregatesOnly);
     int count = static_cast<int>(args.size());
     benchmark::Initialize(&count, args.data());
-    MedianCollector reporter;
+    RepetitionCollector reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     benchmark::Shutdown();
-    const int missed = printRatios(reporter.medians);
-    std::printf("\n%d goal(s) missed (times are medians in the unit shown above)\n", missed);
+    const int missed = printRatios(reporter.repetitions);
+    std::printf("\n%d goal(s) not met (times are medians in the unit shown above; the ratio is "
+                "the median of the per-repetition ratios)\n",
+                missed);
     return 0;
 }
 

@@ -6,6 +6,8 @@
 #include <kyTestSupport.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <limits>
 #include <map>
 #include <string>
 #include <unordered_map>
@@ -347,3 +349,103 @@ TEST_F(HashTableTest, SetWithStringKeysAgainstUnorderedSet) {
 }
 
 } // namespace
+
+// A table without buckets (every table before its first insertion, and one whose load factor
+// lets rehash(1) ask for none) must answer every operation without dividing by its bucket
+// count, and its first insertion must make the first prime, 7, whatever the load factor.
+TEST_F(HashTableTest, BucketlessTablesAnswerEveryOperation) {
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const float inf = std::numeric_limits<float>::infinity();
+    const float big = std::numeric_limits<float>::max();
+    // Load factors that keep the table bucketless until an insertion; the ones not above 0
+    // (and NaN) ask for the largest table on insertion, so only the lookups run with them.
+    struct Case {
+        float maxLoad;
+        bool insert;
+    };
+    const Case cases[] = {{1.0f, true},   {0.25f, true}, {1.5f, true}, {5.25f, true},
+                          {1e6f, true},   {big, true},   {inf, true},  {0.0f, false},
+                          {-1.0f, false}, {-inf, false}, {nan, false}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.maxLoad);
+        ky::hash_multimap<int, int> h;
+        h.max_load_factor(c.maxLoad); // rehash(0): nothing to make room for
+        ASSERT_EQ(h.bucket_count(), 0u);
+        EXPECT_EQ(h.find(3), h.end());
+        EXPECT_EQ(h.count(3), 0u);
+        EXPECT_EQ(h.erase(3), 0u);
+        EXPECT_EQ(h.begin(), h.end());
+        EXPECT_EQ(h.equal_range(3).first, h.end());
+        EXPECT_EQ(h.bucket_size(0), 0u);
+        EXPECT_EQ(h.bucket_size(~std::size_t{0}), 0u);
+        EXPECT_EQ(h.bucket(3), 0u);
+        EXPECT_EQ(h.load_factor(), 0.0f);
+        h.clear();
+        ky::hash_multimap<int, int> copy(h);
+        EXPECT_EQ(copy.bucket_count(), 0u);
+        copy.swap(h);
+        EXPECT_EQ(h.size(), 0u);
+        if (!c.insert) {
+            continue;
+        }
+        // Each way in: unique insert, operator[], non-unique insert.
+        ky::hash_set<int> s;
+        s.max_load_factor(c.maxLoad);
+        EXPECT_TRUE(s.insert(11).second);
+        ky::hash_map<int, int> m;
+        m.max_load_factor(c.maxLoad);
+        m[11] = 4;
+        h.insert({11, 1});
+        EXPECT_EQ(s.bucket_count(), 7u);
+        EXPECT_EQ(m.bucket_count(), 7u);
+        EXPECT_EQ(h.bucket_count(), 7u);
+        h.insert({11, 2}); // 0.25 makes 13 for two elements; the rest keep 7
+        EXPECT_EQ(s.count(11), 1u);
+        EXPECT_EQ(m.find(11)->second, 4);
+        EXPECT_EQ(h.count(11), 2u);
+        EXPECT_EQ(h.bucket_size(h.bucket(11)), 2u);
+        const std::size_t grown = h.bucket_count();
+        EXPECT_EQ(h.erase(11), 2u);
+        EXPECT_EQ(h.bucket_count(), grown); // never shrinks
+    }
+}
+
+// The engine's no-resize insertions, which typed front ends call after their own rehash, also
+// give a bucketless table its first buckets.
+TEST_F(HashTableTest, NoResizeInsertionsMakeTheFirstBuckets) {
+    struct IntNode {
+        ky::HashTableImpl::HashNodeImpl header;
+        int key;
+    };
+    static const ky::HashTableImpl::TypeUtil intKeys = {
+        sizeof(IntNode),
+        offsetof(IntNode, key),
+        offsetof(IntNode, key),
+        [](void* e, const void* k, const void*) {
+            *static_cast<int*>(e) = *static_cast<const int*>(k);
+        },
+        [](void* d, const void* s) { *static_cast<int*>(d) = *static_cast<const int*>(s); },
+        nullptr,
+        [](const void* a, const void* b) {
+            return *static_cast<const int*>(a) == *static_cast<const int*>(b);
+        }};
+    for (const bool unique : {true, false}) {
+        ky::HashTableImpl table(&intKeys);
+        table.max_load_factor(3.0f);
+        table.rehash(1); // wanted 1 / 3 = 0: still no buckets
+        ASSERT_EQ(table.bucketCount(), 0);
+        const int key = 42;
+        if (unique) {
+            bool inserted = false;
+            ASSERT_NE(table.insert_unique_noresize(42, &key, nullptr, &inserted), nullptr);
+            EXPECT_TRUE(inserted);
+        } else {
+            ASSERT_NE(table.insert_non_unique_noresize(42, &key, nullptr), nullptr);
+        }
+        EXPECT_EQ(table.bucketCount(), 7);
+        EXPECT_EQ(table.count(42, &key), 1u);
+        EXPECT_EQ(table.bucket_size(42 % 7), 1);
+        EXPECT_EQ(table.bucket_size(-1), 0);
+        EXPECT_EQ(table.bucket_size(7), 0);
+    }
+}

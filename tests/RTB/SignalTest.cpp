@@ -650,3 +650,60 @@ TEST(SignalTest, AsyncSignalIsAPolymorphicMarker) {
 }
 
 } // namespace
+
+namespace {
+
+// An item being called is held by the running call, by nested emissions of its signal and by
+// explicit locks; it is freed when the last of them lets go, whichever that is.
+TEST(SignalTest, ItemIsFreedWhenItsLastHoldLetsGo) {
+    struct Case {
+        bool nested;        // destroyed from a nested emission of the same signal
+        bool keepLock;      // the callback takes a lock it releases only after the emission
+        bool destroySignal; // the signal itself goes away during the call, not just the item
+    };
+    const Case cases[] = {{false, false, false}, {false, true, false}, {true, false, false},
+                          {true, true, false},   {false, false, true}, {false, true, true},
+                          {true, false, true},   {true, true, true}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(testing::Message() << c.nested << c.keepLock << c.destroySignal);
+        bool destroyed = false;
+        auto s = std::make_unique<Signal<int>>();
+        Connection* item = nullptr;
+        std::vector<unsigned> locks;
+        item = connectProbe(
+            *s,
+            [&](int depth) {
+                locks.push_back(item->lockCount());
+                if (depth == 0 && c.keepLock) {
+                    item->lock();
+                }
+                if (depth == 0 && c.nested) {
+                    s->emit(1);
+                } else if (c.destroySignal) {
+                    s.reset();
+                } else {
+                    s->disconnect(item);
+                }
+                EXPECT_FALSE(destroyed); // the running call still holds it
+                EXPECT_TRUE(item->isDestroyed());
+            },
+            &destroyed);
+        Signal<int>* emitting = s.get();
+        emitting->emit(0);
+        // The nested call took a count on top of the outer call and, with it, the lock.
+        const std::vector<unsigned> expected =
+            c.nested ? std::vector<unsigned>{1u, c.keepLock ? 3u : 2u} : std::vector<unsigned>{1u};
+        EXPECT_EQ(locks, expected);
+        EXPECT_EQ(destroyed, !c.keepLock);
+        if (c.keepLock) {
+            EXPECT_EQ(item->lockCount(), 1u);
+            item->unlock();
+            EXPECT_TRUE(destroyed);
+        }
+        if (s != nullptr) {
+            EXPECT_EQ(s->numConnections(), 0);
+        }
+    }
+}
+
+} // namespace

@@ -9,7 +9,16 @@
 #include <Base/Utility/kyUtilBuildInfo.h>
 #include <Base/Utility/kyUtilError.h>
 #include <Base/Utility/kyUtilInitializer.h>
+#include <Base/Utility/kyUtilInterval.h>
 #include <Base/Utility/kyUtilSplit.h>
+
+// Utility: thread pool, task queue, threaded algorithms, parallel sort
+#include <Base/Utility/kyUtilIntRange2d.h>
+#include <Base/Utility/kyUtilParallelSort.h>
+#include <Base/Utility/kyUtilProgress.h>
+#include <Base/Utility/kyUtilStdThreadPool.h>
+#include <Base/Utility/kyUtilThreadPool.h>
+#include <Base/Utility/kyUtilThreadedAlg.h>
 
 // Strings
 #include <Base/String/kyStringCString.h>
@@ -52,6 +61,17 @@
 #include <Base/OS/kyOSStopWatch.h>
 #include <Base/OS/kyOSSysInfo.h>
 #include <Base/OS/kyOSUuid.h>
+
+// TCP: addresses, sockets, servers and readiness waiting
+#include <Base/TCP/kyTCPAddress.h>
+#include <Base/TCP/kyTCPServer.h>
+#include <Base/TCP/kyTCPSocket.h>
+#include <Base/TCP/kyTCPWaitReadable.h>
+
+// IO: serialization streams and the packet-file header
+#include <Base/IO/ioBufferedStream.h>
+#include <Base/IO/ioHeader.h>
+#include <Base/IO/ioTypes.h>
 
 // RTB: signals and bound functions
 #include <Base/RTB/kyRTBFunction.h>

@@ -227,12 +227,16 @@ public:
     size_type max_bucket_count() const noexcept {
         return static_cast<size_type>(HashTableImpl::max_bucket_count());
     }
+    /// Length of chain `i`; 0 for an index outside the table.
     size_type bucket_size(size_type i) const {
-        return static_cast<size_type>(HashTableImpl::bucket_size(static_cast<int>(i)));
+        return i < bucket_count()
+                   ? static_cast<size_type>(HashTableImpl::bucket_size(static_cast<int>(i)))
+                   : 0;
     }
-    /// The bucket that `key` hashes to (the table must have buckets).
+    /// The bucket that `key` hashes to; 0 for a table without buckets.
     size_type bucket(const key_type& key) const {
-        return static_cast<size_type>(hashOf(key) % static_cast<std::uint64_t>(bucketCount()));
+        const int n = bucketCount();
+        return n == 0 ? 0 : static_cast<size_type>(hashOf(key) % static_cast<std::uint64_t>(n));
     }
     float load_factor() const noexcept { return HashTableImpl::load_factor(); }
     float max_load_factor() const noexcept { return HashTableImpl::max_load_factor(); }

@@ -163,6 +163,9 @@ std::size_t HashTableImpl::count(std::uint64_t hash, const void* key) const {
 }
 
 int HashTableImpl::bucket_size(int i) const {
+    if (i < 0 || i >= bucketCount()) {
+        return 0;
+    }
     int length = 0;
     for (const HashNodeImpl* node = buckets()[i]; node != nullptr; node = node->next) {
         ++length;
@@ -192,6 +195,10 @@ void HashTableImpl::max_load_factor(float f) {
 }
 
 void HashTableImpl::rehash(int n) {
+    // No elements fit in any table, whatever the load factor (0 / 0 would be NaN).
+    if (n <= 0) {
+        return;
+    }
     const double wantedReal = static_cast<double>(n) / static_cast<double>(maxLoadFactor_);
     // Truncated; a load factor of 0 or below asks for the largest table.
     const long long wanted = maxLoadFactor_ > 0.0f && wantedReal < 4.0e18
@@ -222,6 +229,13 @@ void HashTableImpl::rehash(int n) {
     buckets_.swap(grown);
 }
 
+void HashTableImpl::ensureBuckets() {
+    // A load factor above 1 lets rehash(1) ask for 0 buckets; an insertion needs one.
+    if (bucketCount() == 0) {
+        buckets_.setSize(kPrimes[0], true);
+    }
+}
+
 HashTableImpl::HashNodeImpl* HashTableImpl::get(std::uint64_t hash, const void* key,
                                                 bool* inserted) {
     return insertUnique(hash, key, nullptr, inserted);
@@ -238,6 +252,7 @@ HashTableImpl::HashNodeImpl* HashTableImpl::insertUnique(std::uint64_t hash, con
     }
     // Grow only for a key that is really new.
     rehash(count_ + 1);
+    ensureBuckets();
     HashNodeImpl* node = newNode(hash, key, value);
     HashNodeImpl*& head = bucketArray()[hash % static_cast<std::uint64_t>(bucketCount())];
     node->next = head;
@@ -256,6 +271,7 @@ HashTableImpl::HashNodeImpl* HashTableImpl::insert_unique_noresize(std::uint64_t
                                                                    const void* key,
                                                                    const void* value,
                                                                    bool* inserted) {
+    ensureBuckets();
     HashNodeImpl*& head = bucketArray()[hash % static_cast<std::uint64_t>(bucketCount())];
     for (HashNodeImpl* node = head; node != nullptr; node = node->next) {
         if (node->hash == hash && typeUtil_->equal(keyOf(node), key)) {
@@ -277,6 +293,7 @@ HashTableImpl::HashNodeImpl* HashTableImpl::insert_unique_noresize(std::uint64_t
 
 HashTableImpl::HashNodeImpl*
 HashTableImpl::insert_non_unique_noresize(std::uint64_t hash, const void* key, const void* value) {
+    ensureBuckets();
     // Before the first equal key, so that equal keys stay together; at the head otherwise.
     HashNodeImpl** link = &bucketArray()[hash % static_cast<std::uint64_t>(bucketCount())];
     for (HashNodeImpl** probe = link; *probe != nullptr; probe = &(*probe)->next) {

@@ -119,7 +119,7 @@ public:
 
     int bucketCount() const { return buckets_.size_; }
     static int max_bucket_count() { return kMaxBucketCount; }
-    /// Length of chain `i`.
+    /// Length of chain `i`; 0 for an index outside the table (a table may have no buckets).
     int bucket_size(int i) const;
     /// Length of the longest chain.
     int max_bucket_size() const;
@@ -128,7 +128,9 @@ public:
     float max_load_factor() const { return maxLoadFactor_; }
     /// Stores `f` and grows the table for the current count (`rehash(count)`).
     void max_load_factor(float f);
-    /// Grows the table so that `n` elements fit under the maximum load factor.
+    /// Grows the table so that `n` elements fit under the maximum load factor. A table may
+    /// still have no buckets after it (a load factor above 1 with few elements); the insertions
+    /// give it its first ones.
     void rehash(int n);
 
     /// The node with an equal key, inserted (default value) if absent; `inserted` tells which.
@@ -139,10 +141,11 @@ public:
                                bool* inserted = nullptr);
     /// Inserts always, growing first for the new element.
     HashNodeImpl* insertNonUnique(std::uint64_t hash, const void* key, const void* value);
-    /// Inserts unless an equal key is present; no growth (the caller rehashed for count + 1).
+    /// Inserts unless an equal key is present; no growth (the caller rehashed for count + 1)
+    /// beyond the first buckets of a table that has none.
     HashNodeImpl* insert_unique_noresize(std::uint64_t hash, const void* key, const void* value,
                                          bool* inserted = nullptr);
-    /// Inserts always; no growth.
+    /// Inserts always; no growth beyond the first buckets of a table that has none.
     HashNodeImpl* insert_non_unique_noresize(std::uint64_t hash, const void* key,
                                              const void* value);
 
@@ -167,6 +170,8 @@ private:
         using VectorImpl::size_;
         using VectorImpl::swap;
     };
+    // Gives a table without buckets its first prime count, so that an insertion can index.
+    void ensureBuckets();
     HashNodeImpl** bucketArray() { return static_cast<HashNodeImpl**>(buckets_.data_); }
     HashNodeImpl* newNode(std::uint64_t hash, const void* key, const void* value);
     void freeNode(HashNodeImpl* node);

@@ -13,7 +13,7 @@ void Item::unlock() {
     if (lockCount_ == 0) {
         return;
     }
-    if (--lockCount_ == 0 && destroyed_) {
+    if (--lockCount_ == 0 && destroyed_ && !calling_) {
         destroy();
     }
 }
@@ -42,7 +42,7 @@ void Item::destroyPartner() {
 
 void Item::destroy() {
     destroyPartner();
-    if (lockCount_ > 0) {
+    if (isLocked()) {
         // Somebody is walking over this item (an emission, most likely its own call): it stays
         // linked so that the walk can go on, and its last unlock comes back here.
         destroyed_ = true;
@@ -73,7 +73,7 @@ SignalBase::~SignalBase() {
         item->prev_ = nullptr;
         item->owner_ = nullptr;
         item->destroyPartner();
-        if (item->lockCount_ == 0) {
+        if (!item->isLocked()) {
             delete item;
         } else {
             item->destroyed_ = true; // freed by its last unlock

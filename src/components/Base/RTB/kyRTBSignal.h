@@ -63,7 +63,8 @@ public:
         SignalBase* owner() const { return owner_; }
         /// The other end of a tied connection, or null.
         connectionItem* partner() const { return partner_; }
-        unsigned lockCount() const { return lockCount_; }
+        /// The lock count, counting a running call of the item as one lock.
+        unsigned lockCount() const { return lockCount_ + (calling_ ? 1u : 0u); }
         unsigned blockCount() const { return blockCount_; }
         /// True when destruction was requested while the item was locked.
         bool isDestroyed() const { return destroyed_; }
@@ -75,6 +76,7 @@ public:
             : callback_(callback), owner_(owner) {}
         ~connectionItem();
         void destroyPartner();
+        bool isLocked() const { return lockCount_ > 0 || calling_; }
 
         connectionItem* next_ = nullptr; // toward older connections
         connectionItem* prev_ = nullptr; // toward newer connections; null for the head
@@ -84,6 +86,7 @@ public:
         std::uint16_t lockCount_ = 0;
         std::uint16_t blockCount_ = 0;
         bool destroyed_ = false;
+        bool calling_ = false; // an emission is calling the item (a lock held by it)
     };
 
     /// Adds a connection owning `f` at the head of the list (it is called first from then on).
@@ -128,19 +131,36 @@ protected:
 
     /// The emission loop of every typed signal: calls `invoke(callback)` for each connection
     /// from the newest to the oldest, skipping blocked ones and ones destroyed meanwhile.
+    ///
+    /// An item being called is marked with a flag that the emission sets and clears (plain
+    /// stores, no count to read back), so that a connection called once per emission costs
+    /// a few predictable branches besides its call. Only an item that is already being called
+    /// (the signal emitted again from one of its callbacks) takes a lock count.
     template <class Invoke>
     void emitEach(const Invoke& invoke) {
         connectionItem* item = head_;
         while (item != nullptr) {
-            ++item->lockCount_;
-            if (item->blockCount_ == 0 && !item->destroyed_ && item->callback_ != nullptr) {
-                invoke(item->callback_);
-            }
-            // Read after the call: a connection disconnected meanwhile is already unlinked,
-            // and this one stays linked until it is unlocked.
-            connectionItem* next = item->next_;
-            if (--item->lockCount_ == 0 && item->destroyed_) {
-                item->destroy();
+            connectionItem* next;
+            if (!item->calling_) {
+                item->calling_ = true;
+                if (item->blockCount_ == 0 && !item->destroyed_ && item->callback_ != nullptr) {
+                    invoke(item->callback_);
+                }
+                // Read after the call: a connection disconnected meanwhile is already
+                // unlinked, and this one stays linked while it is being called.
+                next = item->next_;
+                item->calling_ = false;
+                if (item->destroyed_ && item->lockCount_ == 0) {
+                    item->destroy();
+                }
+            } else {
+                ++item->lockCount_;
+                if (item->blockCount_ == 0 && !item->destroyed_ && item->callback_ != nullptr) {
+                    invoke(item->callback_);
+                }
+                next = item->next_;
+                // The outer call still holds the item: it completes a destruction.
+                --item->lockCount_;
             }
             item = next;
         }

@@ -23,6 +23,11 @@ struct NativeStat {
     std::int64_t modification; ///< seconds since 1970
 };
 
+/// An open flag beside the `OpenMode` bits (kyOSFile.h): a created file gets read and write
+/// permission for its owner only (0600) instead of 0666 less the umask. Windows' run-time
+/// gives owner read and write either way.
+constexpr int kOpenOwnerOnly = 0x10000;
+
 /// Every call the file layer makes, one entry per system call. Names are the library's wide
 /// strings; each platform converts them as its calls need. Each entry returns -1 (or false)
 /// on failure and puts the system's error number in `*error`: errno for the run-time
@@ -35,7 +40,7 @@ struct NativeStat {
 /// `FaultHook` that every native entry consults first (one predictable branch when none is
 /// installed), and put the native table back afterwards.
 struct FileCalls {
-    /// A descriptor; `flags` are `OpenMode` bits.
+    /// A descriptor; `flags` are `OpenMode` bits, optionally `kOpenOwnerOnly`.
     int (*open)(const std::wstring& name, int flags, int* error);
     long long (*read)(int fd, void* buffer, std::size_t size, int* error);
     long long (*write)(int fd, const void* buffer, std::size_t size, int* error);

@@ -58,7 +58,8 @@ int posixOpen(const std::wstring& name, int flags, int* error) {
     if ((flags & kAppend) != 0) {
         oflags |= O_APPEND;
     }
-    const int fd = ::open(narrow.c_str(), oflags, 0666);
+    const mode_t mode = (flags & kOpenOwnerOnly) != 0 ? 0600 : 0666;
+    const int fd = ::open(narrow.c_str(), oflags, mode);
     return fd >= 0 ? fd : failWithErrno(error);
 }
 

@@ -1,0 +1,180 @@
+#include <Base/Utility/kyUtilIntRange2d.h>
+#include <Base/Utility/kyUtilParallelSort.h>
+#include <Base/Utility/kyUtilStdThreadPool.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <numeric>
+#include <random>
+#include <string>
+#include <vector>
+
+using namespace kyUtil;
+
+namespace {
+
+bool lessInt(const int& a, const int& b) {
+    return a < b;
+}
+using IntPredicate = IndexedBinaryPredicate<int>;
+
+TEST(ThreadsOrdering, ResizeAlwaysRestoresTheIdentity) {
+    Ordering order;
+    EXPECT_EQ(order.size(), 0);
+    order.resize(5);
+    EXPECT_EQ(std::vector<int>(order.get(), order.get() + 5), (std::vector<int>{0, 1, 2, 3, 4}));
+    std::reverse(order.get(), order.get() + 5);
+    Ordering copy(order);
+    order.resize(5);
+    EXPECT_EQ(order[0], 0);
+    EXPECT_EQ(order[4], 4);
+    EXPECT_EQ(copy[0], 4); // the copy owns its own array
+    order.resize(0);
+    EXPECT_EQ(order.get(), nullptr);
+    copy = order;
+    EXPECT_EQ(copy.size(), 0);
+}
+
+// Parameter: the pool's thread count (1 = the built-in pool; 2 and 8 = installed pools, of
+// which the sort uses two threads).
+class ThreadsSort : public ::testing::TestWithParam<int> {
+protected:
+    void SetUp() override {
+        if (GetParam() > 1) {
+            pool_ = std::make_unique<StdThreadPool>(GetParam());
+            ThreadPool::install(pool_.get());
+        }
+    }
+    void TearDown() override { ThreadPool::install(nullptr); }
+
+private:
+    std::unique_ptr<StdThreadPool> pool_;
+};
+
+enum class Shape { Random, FewKeys, Sorted, Reversed, AllEqual };
+
+std::vector<int> makeKeys(Shape shape, int n, std::mt19937& rng) {
+    std::vector<int> keys(static_cast<std::size_t>(n));
+    for (int i = 0; i < n; ++i) {
+        switch (shape) {
+        case Shape::Random:
+            keys[i] = static_cast<int>(rng() % 1000000000u);
+            break;
+        case Shape::FewKeys:
+            keys[i] = static_cast<int>(rng() % 7u);
+            break;
+        case Shape::Sorted:
+            keys[i] = i / 3;
+            break;
+        case Shape::Reversed:
+            keys[i] = n - i / 2;
+            break;
+        case Shape::AllEqual:
+            keys[i] = 42;
+            break;
+        }
+    }
+    return keys;
+}
+
+TEST_P(ThreadsSort, MatchesStableSortOfTheIndexPermutation) {
+    std::mt19937 rng(19);
+    for (Shape shape :
+         {Shape::Random, Shape::FewKeys, Shape::Sorted, Shape::Reversed, Shape::AllEqual}) {
+        for (int n : {0, 1, 2, 3, 4, 17, 1000, 100001}) {
+            const std::vector<int> keys = makeKeys(shape, n, rng);
+            Ordering order(n);
+            parallelSort(order, IntPredicate(keys.data(), &lessInt));
+
+            std::vector<int> reference(static_cast<std::size_t>(n));
+            std::iota(reference.begin(), reference.end(), 0);
+            std::stable_sort(reference.begin(), reference.end(),
+                             [&](int a, int b) { return keys[a] < keys[b]; });
+            std::vector<int> got(order.get(), order.get() + n);
+            std::vector<int> gotKeys, referenceKeys;
+            for (int i = 0; i < n; ++i) {
+                gotKeys.push_back(keys[got[i]]);
+                referenceKeys.push_back(keys[reference[i]]);
+            }
+            const std::string what =
+                "shape " + std::to_string(int(shape)) + ", n " + std::to_string(n);
+            EXPECT_EQ(gotKeys, referenceKeys) << what;
+            std::sort(got.begin(), got.end());
+            std::vector<int> identity(static_cast<std::size_t>(n));
+            std::iota(identity.begin(), identity.end(), 0);
+            EXPECT_EQ(got, identity) << what << ": not a permutation";
+            if (GetParam() > 1) {
+                // Among equal keys, indices of the first half (< ceil(n/2)) come first.
+                const int h = ThreadedAlgBase::getEndIndex(0, 2, n);
+                for (int i = 1; i < n; ++i) {
+                    if (keys[order[i - 1]] == keys[order[i]]) {
+                        ASSERT_FALSE(order[i - 1] >= h && order[i] < h) << what << " at " << i;
+                    }
+                }
+            }
+        }
+    }
+}
+
+// The merge alone, against std::merge (stable: ties from the first range first), on halves
+// that are sorted but carry many ties, for every small size and a few large ones.
+TEST_P(ThreadsSort, MergeEqualsAStableMergeOfTheHalves) {
+    std::mt19937 rng(7);
+    std::vector<int> sizes(41);
+    std::iota(sizes.begin(), sizes.end(), 0);
+    sizes.insert(sizes.end(), {999, 1000, 65537});
+    for (int n : sizes) {
+        const std::vector<int> keys = makeKeys(Shape::FewKeys, n, rng);
+        const auto byKey = [&](int a, int b) { return keys[a] < keys[b]; };
+        const int h = ThreadedAlgBase::getEndIndex(0, 2, n);
+        std::vector<int> indices(static_cast<std::size_t>(n));
+        std::iota(indices.begin(), indices.end(), 0);
+        std::shuffle(indices.begin(), indices.end(), rng);
+        std::stable_sort(indices.begin(), indices.begin() + h, byKey);
+        std::stable_sort(indices.begin() + h, indices.end(), byKey);
+        std::vector<int> expected;
+        std::merge(indices.begin(), indices.begin() + h, indices.begin() + h, indices.end(),
+                   std::back_inserter(expected), byKey);
+
+        SMPSortMerge<int, IntPredicate, Ordering> merge(indices.data(), indices.data() + n,
+                                                        IntPredicate(keys.data(), &lessInt));
+        ThreadPool::get().run(merge);
+        EXPECT_EQ(indices, expected) << "n " << n;
+    }
+}
+
+TEST_P(ThreadsSort, PiecewiseSortsTheTwoHalvesOnly) {
+    const std::vector<int> keys{9, 8, 7, 6, 5, 4, 3, 2, 1};
+    Ordering order(9);
+    SMPSortPiecewise<int, IntPredicate, Ordering> halves(order,
+                                                         IntPredicate(keys.data(), &lessInt));
+    ThreadPool::get().run(halves);
+    EXPECT_EQ(std::vector<int>(order.get(), order.get() + 9),
+              (std::vector<int>{4, 3, 2, 1, 0, 8, 7, 6, 5}));
+}
+
+TEST_P(ThreadsSort, RectanglesSortTallestFirst) {
+    std::mt19937 rng(3);
+    std::vector<IntRange2d> rects;
+    for (int i = 0; i < 5000; ++i) {
+        const int x = static_cast<int>(rng() % 100), y = static_cast<int>(rng() % 100);
+        rects.emplace_back(x, y, x + 1 + static_cast<int>(rng() % 20),
+                           y + 1 + static_cast<int>(rng() % 20));
+    }
+    Ordering order(static_cast<int>(rects.size()));
+    parallelSort(order, IndexedBinaryPredicate<IntRange2d>(rects.data(), &IntRange2d::tallerFirst));
+    for (int i = 1; i < order.size(); ++i) {
+        ASSERT_FALSE(IntRange2d::tallerFirst(rects[order[i]], rects[order[i - 1]])) << i;
+    }
+    EXPECT_EQ(IntRange2d(1, 2, 4, 7).area(), 15);
+    EXPECT_TRUE(IntRange2d::largerFirst(IntRange2d(0, 0, 3, 3), IntRange2d(0, 0, 2, 4)));
+}
+
+INSTANTIATE_TEST_SUITE_P(Threads, ThreadsSort, ::testing::Values(1, 2, 8),
+                         [](const ::testing::TestParamInfo<int>& info) {
+                             return "Pool" + std::to_string(info.param);
+                         });
+
+} // namespace

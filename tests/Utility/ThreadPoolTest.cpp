@@ -1,0 +1,479 @@
+#include <Base/Utility/kyUtilProgress.h>
+#include <Base/Utility/kyUtilStdThreadPool.h>
+#include <Base/Utility/kyUtilThreadPool.h>
+#include <Base/Utility/kyUtilThreadedAlg.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <vector>
+
+using namespace kyUtil;
+
+namespace {
+
+// Every contract test runs once on the built-in single-threaded services (parameter 0) and once
+// on installed std::thread services of 1, 2 and 8 threads.
+class ThreadServices : public ::testing::TestWithParam<int> {
+protected:
+    void SetUp() override {
+        if (GetParam() > 0) {
+            pool_ = std::make_unique<StdThreadPool>(GetParam());
+            queue_ = std::make_unique<StdTaskQueue>(GetParam());
+            ThreadPool::install(pool_.get());
+            ThreadedTaskQueue::install(queue_.get());
+        }
+    }
+    void TearDown() override {
+        ThreadPool::install(nullptr);
+        ThreadedTaskQueue::install(nullptr);
+    }
+    int threads() const { return std::max(GetParam(), 1); }
+
+private:
+    std::unique_ptr<StdThreadPool> pool_;
+    std::unique_ptr<StdTaskQueue> queue_;
+};
+
+// Checks the pool's side of the contract while it happens and counts what it saw.
+class RecordingChunks : public ThreadedChunkAlg {
+public:
+    explicit RecordingChunks(int chunks) : counts(static_cast<std::size_t>(chunks)) {
+        setNumChunks(chunks);
+    }
+    void initialize(int numThreads) override {
+        threadsAtInit = numThreads;
+        violations += initCalls++ != 0 || finalizeCalls != 0;
+    }
+    void executeChunk(int chunk, int thread, int numThreads) override {
+        violations += initCalls != 1 || finalizeCalls != 0 || numThreads != threadsAtInit ||
+                      thread < 0 || thread >= numThreads;
+        ++counts[static_cast<std::size_t>(chunk)];
+    }
+    void finalize() override {
+        ++finalizeCalls;
+        for (const std::atomic<int>& c : counts) {
+            violations += c != 1;
+        }
+    }
+    std::vector<std::atomic<int>> counts;
+    std::atomic<int> violations{0};
+    int initCalls = 0, finalizeCalls = 0, threadsAtInit = 0;
+};
+
+TEST_P(ThreadServices, ChunkedRunCallsEachChunkOnceBetweenInitializeAndFinalize) {
+    for (int chunks : {0, 1, 3, 100, 1000}) {
+        RecordingChunks alg(chunks);
+        ThreadPool::get().run(alg);
+        EXPECT_EQ(alg.initCalls, 1);
+        EXPECT_EQ(alg.threadsAtInit, threads());
+        EXPECT_EQ(alg.finalizeCalls, 1);
+        EXPECT_EQ(alg.violations, 0) << chunks << " chunks";
+    }
+}
+
+class RecordingThreads : public ThreadedAlg {
+public:
+    void initialize(int numThreads) override {
+        calls.assign(static_cast<std::size_t>(numThreads), 0);
+        ++initCalls;
+    }
+    void execute(int thread, int numThreads) override {
+        violations += finalizeCalls != 0 || numThreads != static_cast<int>(calls.size());
+        ++calls[static_cast<std::size_t>(thread)]; // each index has its own slot
+    }
+    void finalize() override { ++finalizeCalls; }
+    std::vector<int> calls;
+    std::atomic<int> violations{0};
+    int initCalls = 0, finalizeCalls = 0;
+};
+
+TEST_P(ThreadServices, PlainRunCallsEachThreadIndexOnce) {
+    for (int round = 0; round < 20; ++round) {
+        RecordingThreads alg;
+        ThreadPool::get().run(alg);
+        EXPECT_EQ(alg.initCalls, 1);
+        EXPECT_EQ(alg.finalizeCalls, 1);
+        EXPECT_EQ(alg.calls, std::vector<int>(static_cast<std::size_t>(threads()), 1));
+        EXPECT_EQ(alg.violations, 0);
+    }
+    EXPECT_EQ(ThreadPool::get().numThreads(), threads());
+    EXPECT_EQ(ThreadedTask::getNumThreads(), threads());
+}
+
+// Chunk c checks every total 0..1,000 split into c + 1 parts against a running sum of part
+// sizes (the first total % parts parts one larger), so the sweep itself runs on the pool.
+class SplitSweep : public ThreadedChunkAlg {
+public:
+    SplitSweep() { setNumChunks(64); }
+    void executeChunk(int chunk, int, int) override {
+        const int parts = chunk + 1;
+        for (int total = 0; total <= 1000; ++total) {
+            int begin = 0;
+            for (int p = 0; p < parts; ++p) {
+                const int size = total / parts + (p < total % parts ? 1 : 0);
+                mismatches += getBeginIndex(p, parts, total) != begin ||
+                              getEndIndex(p, parts, total) != begin + size;
+                begin += size;
+            }
+            mismatches += begin != total;
+        }
+        ++done;
+    }
+    std::atomic<int> mismatches{0}, done{0};
+};
+
+TEST_P(ThreadServices, SplitArithmeticMatchesPartSizes) {
+    SplitSweep sweep;
+    ThreadPool::get().run(sweep);
+    EXPECT_EQ(sweep.done, 64);
+    EXPECT_EQ(sweep.mismatches, 0);
+}
+
+// Records the threads that call set(); the test compares them with thread 0's thread.
+class WatchedProgress : public Progress {
+public:
+    void set(double value) override {
+        Progress::set(value);
+        callers.insert(std::this_thread::get_id()); // only thread 0 may get here
+        ++sets;
+    }
+    std::set<std::thread::id> callers;
+    int sets = 0;
+};
+
+class CancellingChunks : public ThreadedChunkAlg {
+public:
+    explicit CancellingChunks(WatchedProgress* progress) : progress_(progress) {
+        setNumChunks(1000);
+        setProgress(progress);
+    }
+    void executeChunk(int chunk, int thread, int) override {
+        ++handed;
+        if (thread == 0) {
+            thread0 = std::this_thread::get_id();
+            ++thread0Chunks;
+            progress_->cancel(); // the user presses cancel during thread 0's first chunk
+        }
+        updateProgress(thread, chunk);
+        const bool stop = cancelled(thread);
+        if (thread == 0) {
+            polled = true;
+        }
+        while (!polled) {
+            std::this_thread::yield(); // the others go on only after thread 0 has polled once
+        }
+        if (stop || cancelled(thread)) {
+            return;
+        }
+        ++worked;
+    }
+    WatchedProgress* progress_;
+    std::thread::id thread0;
+    int thread0Chunks = 0;
+    std::atomic<int> worked{0}, handed{0};
+    std::atomic<bool> polled{false};
+};
+
+TEST_P(ThreadServices, CancellationReachesEveryThreadThroughThreadZero) {
+    WatchedProgress progress;
+    CancellingChunks alg(&progress);
+    ThreadPool::get().run(alg);
+    EXPECT_EQ(alg.worked, 0);    // thread 0 saw it at once, the others after its poll
+    EXPECT_EQ(alg.handed, 1000); // cancellation is cooperative: every chunk is still handed out
+    EXPECT_EQ(progress.sets, alg.thread0Chunks); // only thread 0 reports
+    EXPECT_EQ(progress.callers, std::set<std::thread::id>{alg.thread0});
+    for (int t = 0; t < threads(); ++t) {
+        EXPECT_TRUE(alg.cancelled(t)) << t; // latched for everyone
+    }
+    if (threads() == 1) {
+        EXPECT_DOUBLE_EQ(progress.value(), 999.0);
+    }
+}
+
+class Nested : public ThreadedChunkAlg {
+public:
+    Nested() { setNumChunks(8); }
+    void executeChunk(int, int, int) override {
+        RecordingChunks inner(5);
+        ThreadPool::get().run(inner); // must neither deadlock nor break the contract
+        innerViolations += inner.violations + (inner.initCalls != 1) + (inner.finalizeCalls != 1);
+    }
+    std::atomic<int> innerViolations{0};
+};
+
+TEST_P(ThreadServices, NestedRunCompletes) {
+    Nested alg;
+    ThreadPool::get().run(alg);
+    EXPECT_EQ(alg.innerViolations, 0);
+}
+
+// ---- task trees ---------------------------------------------------------------------------
+
+std::atomic<int> gTasksMade{0};
+std::atomic<int> gTasksDeleted{0};
+
+// A node of a task tree: `pre` children before its own work and `post` after, down to `depth`
+// levels; it appends its events to its tree's log (one tree runs on one thread at a time).
+class Node : public ThreadedTask {
+public:
+    Node(std::vector<int>* log, int id, int depth, int pre, int post)
+        : log_(log), id_(id), depth_(depth), pre_(pre), post_(post) {
+        ++gTasksMade;
+    }
+    ~Node() override { ++gTasksDeleted; }
+    ThreadedTask* preExecute(int i) override { return child(i, pre_, 1); }
+    void execute(int thread) override {
+        threadInRange_ = thread >= 0 && thread < ThreadedTaskQueue::get().numThreads();
+        log_->push_back(threadInRange_ ? id_ : -1);
+    }
+    ThreadedTask* postExecute(int i) override { return child(i, post_, 1 + pre_); }
+
+private:
+    ThreadedTask* child(int i, int count, int offset) {
+        if (depth_ == 0 || i >= count) {
+            return nullptr;
+        }
+        return new Node(log_, id_ * 10 + offset + i, depth_ - 1, pre_, post_);
+    }
+    std::vector<int>* log_;
+    int id_, depth_, pre_, post_;
+    bool threadInRange_ = false;
+};
+
+// The order a tree's own work must happen in: pre-children, the node, post-children.
+void expectedOrder(int id, int depth, int pre, int post, std::vector<int>& out) {
+    for (int i = 0; depth > 0 && i < pre; ++i) {
+        expectedOrder(id * 10 + 1 + i, depth - 1, pre, post, out);
+    }
+    out.push_back(id);
+    for (int i = 0; depth > 0 && i < post; ++i) {
+        expectedOrder(id * 10 + 1 + pre + i, depth - 1, pre, post, out);
+    }
+}
+
+class Count : public ThreadedTask {
+public:
+    explicit Count(std::atomic<int>* counter) : counter_(counter) {}
+    void execute(int) override { ++*counter_; }
+
+private:
+    std::atomic<int>* counter_;
+};
+
+TEST_P(ThreadServices, RunsAndAddsFromSeveralApplicationThreads) {
+    std::atomic<int> violations{0};
+    std::atomic<int> executed[3] = {{0}, {0}, {0}};
+    std::vector<std::thread> callers;
+    for (int c = 0; c < 3; ++c) {
+        callers.emplace_back([&, c] {
+            for (int round = 0; round < 10; ++round) {
+                RecordingChunks alg(50);
+                ThreadPool::get().run(alg);
+                violations += alg.violations + (alg.finalizeCalls != 1);
+                violations += !ThreadedTaskQueue::get().add(new Count(&executed[c]));
+            }
+        });
+    }
+    for (std::thread& t : callers) {
+        t.join();
+    }
+    ThreadedTaskQueue::get().wait();
+    EXPECT_EQ(violations, 0);
+    for (const std::atomic<int>& e : executed) {
+        EXPECT_EQ(e, 10);
+    }
+}
+
+TEST_P(ThreadServices, TaskTreesRunDepthFirstAndEveryTaskIsDeletedOnce) {
+    ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
+    EXPECT_EQ(queue.numThreads(), threads());
+    gTasksMade = gTasksDeleted = 0;
+    const int shapes[][3] = {{0, 0, 0}, {1, 1, 0}, {1, 0, 1}, {2, 2, 1}, {3, 1, 2}, {4, 1, 1}};
+    std::vector<std::vector<int>> logs(24);
+    queue.reset();
+    queue.begin();
+    for (std::size_t t = 0; t < logs.size(); ++t) {
+        const int* s = shapes[t % 6];
+        EXPECT_TRUE(queue.add(new Node(&logs[t], static_cast<int>(t % 6) + 1, s[0], s[1], s[2])));
+    }
+    queue.wait();
+    for (std::size_t t = 0; t < logs.size(); ++t) {
+        const int* s = shapes[t % 6];
+        std::vector<int> expected;
+        expectedOrder(static_cast<int>(t % 6) + 1, s[0], s[1], s[2], expected);
+        EXPECT_EQ(logs[t], expected) << "tree " << t;
+    }
+    EXPECT_EQ(gTasksDeleted.load(), gTasksMade.load());
+    EXPECT_GT(gTasksMade.load(), 100);
+}
+
+TEST_P(ThreadServices, CancelledQueueDeletesTasksUnrunUntilNoCancel) {
+    ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
+    gTasksMade = gTasksDeleted = 0;
+    Progress progress;
+    std::vector<int> log;
+    progress.cancel();
+    queue.reset();
+    queue.setProgress(&progress);
+    queue.begin();
+    EXPECT_TRUE(queue.cancelled());
+    EXPECT_FALSE(queue.add(new Node(&log, 1, 2, 1, 1)));
+    queue.wait();
+    EXPECT_TRUE(log.empty());
+    EXPECT_EQ(gTasksMade, 1); // the root only: a skipped task is never asked for sub-tasks
+    EXPECT_EQ(gTasksDeleted, 1);
+
+    // A noCancel task switches cancellation off for the rest of the run...
+    progress.clearCancel();
+    queue.reset();
+    queue.setProgress(&progress);
+    Node* shield = new Node(&log, 7, 0, 0, 0);
+    shield->setNoCancel();
+    EXPECT_FALSE(shield->isCancellable());
+    EXPECT_TRUE(queue.add(shield));
+    queue.wait();
+    progress.cancel();
+    EXPECT_FALSE(queue.cancelled());
+    EXPECT_TRUE(queue.add(new Node(&log, 8, 0, 0, 0)));
+    queue.wait();
+    EXPECT_EQ(log, (std::vector<int>{7, 8}));
+    // ...until the next reset.
+    queue.reset();
+    EXPECT_FALSE(queue.cancelled()); // reset also drops the progress object
+    queue.setProgress(&progress);
+    EXPECT_FALSE(queue.add(new Node(&log, 9, 0, 0, 0)));
+    queue.wait();
+    EXPECT_EQ(log.size(), 2u);
+    EXPECT_EQ(gTasksDeleted.load(), gTasksMade.load());
+}
+
+// Reports cancellation exactly once, when armed.
+class OneShotCancel : public Progress {
+public:
+    bool cancelled() override { return armed.exchange(false); }
+    std::atomic<bool> armed{false};
+};
+
+class Parent : public ThreadedTask {
+public:
+    Parent(OneShotCancel* progress, std::vector<int>* log) : progress_(progress), log_(log) {}
+    ThreadedTask* preExecute(int i) override {
+        log_->push_back(100 + i);
+        progress_->armed = true; // the first pre-task finds the queue cancelled
+        return new Node(log_, 1, 0, 0, 0);
+    }
+    void execute(int) override { log_->push_back(0); }
+    ThreadedTask* postExecute(int i) override {
+        return i == 0 ? new Node(log_, 2, 0, 0, 0) : nullptr;
+    }
+
+private:
+    OneShotCancel* progress_;
+    std::vector<int>* log_;
+};
+
+TEST_P(ThreadServices, CancelledPreTaskStopsFurtherPreTasksButNotOwnWork) {
+    ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
+    OneShotCancel progress;
+    std::vector<int> log;
+    queue.reset();
+    queue.setProgress(&progress);
+    queue.begin();
+    EXPECT_TRUE(queue.add(new Parent(&progress, &log)));
+    queue.wait();
+    queue.reset();
+    EXPECT_EQ(log, (std::vector<int>{100, 0, 2})); // pre-task 1 never asked for
+}
+
+TEST_P(ThreadServices, NoExecuteRunsOnlyTheSubTasks) {
+    ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
+    std::vector<int> log;
+    Node* root = new Node(&log, 5, 1, 1, 1);
+    root->setNoExecute();
+    EXPECT_TRUE(root->getNoExecute());
+    queue.reset();
+    EXPECT_TRUE(queue.add(root));
+    queue.wait();
+    EXPECT_EQ(log, (std::vector<int>{51, 52}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Threads, ThreadServices, ::testing::Values(0, 1, 2, 8),
+                         [](const ::testing::TestParamInfo<int>& info) {
+                             return info.param == 0 ? std::string("Simple")
+                                                    : "Std" + std::to_string(info.param);
+                         });
+
+// ---- without the pool ----------------------------------------------------------------------
+
+TEST(ThreadsDefaults, SingleThreadedServicesAnswerUntilSomethingIsInstalled) {
+    EXPECT_EQ(&ThreadPool::get(), &ThreadPool::getSingleThreadedPool());
+    EXPECT_EQ(ThreadPool::get().numThreads(), 1);
+    EXPECT_EQ(ThreadedTask::getNumThreads(), 1);
+    EXPECT_EQ(&ThreadedTaskQueue::get(), &ThreadedTaskQueue::getSingleThreaded());
+    EXPECT_EQ(ThreadedTaskQueue::get().numThreads(), 1);
+    ThreadedTask flags;
+    flags.setNoCancel();
+    flags.setNoExecute();
+    const ThreadedTask copy(flags); // copies carry both flags
+    EXPECT_TRUE(copy.getNoExecute() && !copy.isCancellable());
+    EXPECT_TRUE(ThreadedTask().isCancellable());
+    StdThreadPool pool(3);
+    StdTaskQueue queue(0); // below 1 counts as 1
+    ThreadPool::install(&pool);
+    ThreadedTaskQueue::install(&queue);
+    EXPECT_EQ(ThreadPool::get().numThreads(), 3);
+    EXPECT_EQ(ThreadedTaskQueue::get().numThreads(), 1);
+    EXPECT_EQ(ThreadPool::getSingleThreadedPool().numThreads(), 1);
+    ThreadPool::install(nullptr);
+    ThreadedTaskQueue::install(nullptr);
+    EXPECT_EQ(&ThreadPool::get(), &ThreadPool::getSingleThreadedPool());
+    EXPECT_EQ(&ThreadedTaskQueue::get(), &ThreadedTaskQueue::getSingleThreaded());
+}
+
+class Idle : public ThreadedAlg {
+public:
+    void execute(int, int) override {}
+};
+
+TEST(ThreadsDefaults, OtherThreadsSeeCancellationOnlyAfterThreadZeroPolls) {
+    Progress progress;
+    Idle alg;
+    EXPECT_EQ(alg.getProgress(0), nullptr);
+    EXPECT_FALSE(alg.cancelled(0)); // no progress object: never cancelled
+    alg.setProgress(&progress);
+    EXPECT_EQ(alg.getProgress(0), &progress);
+    EXPECT_EQ(alg.getProgress(1), nullptr);
+    alg.updateProgress(1, 0.5);
+    EXPECT_EQ(progress.value(), 0.0);
+    alg.updateProgress(0, 0.25);
+    EXPECT_EQ(progress.value(), 0.25);
+    progress.cancel();
+    EXPECT_FALSE(alg.cancelled(1));
+    EXPECT_TRUE(alg.cancelled(0));
+    EXPECT_TRUE(alg.cancelled(1));
+    progress.clearCancel();
+    EXPECT_TRUE(alg.cancelled(0)); // latched
+    Idle copy(alg);                // copies as a value: progress pointer and flag
+    EXPECT_TRUE(copy.cancelled(3));
+    EXPECT_EQ(copy.getProgress(0), &progress);
+}
+
+TEST(ThreadsDefaults, SplitExamplesAndChunkDefault) {
+    EXPECT_EQ(ThreadedAlgBase::getBeginIndex(0, 3, 10), 0);
+    EXPECT_EQ(ThreadedAlgBase::getEndIndex(0, 3, 10), 4);
+    EXPECT_EQ(ThreadedAlgBase::getBeginIndex(1, 3, 10), 4);
+    EXPECT_EQ(ThreadedAlgBase::getBeginIndex(2, 3, 10), 7);
+    EXPECT_EQ(ThreadedAlgBase::getEndIndex(2, 3, 10), 10);
+    struct Plain : ThreadedChunkAlg {
+        void executeChunk(int, int, int) override {}
+    } plain;
+    EXPECT_EQ(plain.getNumChunks(), 100);
+}
+
+} // namespace
