@@ -1,9 +1,10 @@
 # Helpers that add every area of Base the same way: its library sources, its test executable,
 # its benchmarks and its fuzz targets. Each area's CMakeLists.txt is a few calls to these.
 
-# The areas of the library in dependency order. Each has a folder under src/components/Base/
-# and, where it has them, under tests/, bench/ and fuzz/.
-set(BASE_AREAS Utility String Containers OS IO TCP RTB Undo Plugin Linear)
+# The areas of the library, each after the areas it uses: in the order of their first layer in
+# cmake/BaseLayers.txt (Utility at its core's place; .ci/check-rules compares the two). Each has
+# a folder under src/components/Base/ and, where it has them, under tests/, bench/ and fuzz/.
+set(BASE_AREAS Containers Utility String OS TCP IO RTB Linear Undo Plugin)
 
 # base_add_plugin(): plug-in libraries for the loader (shared with client projects).
 include("${CMAKE_CURRENT_LIST_DIR}/BasePlugin.cmake")
@@ -30,10 +31,11 @@ function(base_set_warnings target)
   endif()
 endfunction()
 
-# base_add_sources(<file>...)
-# Adds sources of the current area to the Base library. Platform files are picked by name:
-# "...Posix.cpp" only on POSIX builds, "...Win32.cpp" only on Windows builds.
-function(base_add_sources)
+# base_platform_sources(<variable> <file>...)
+# Sets <variable> to the files that belong to this build, picked by name: "...Posix.cpp" only
+# on POSIX builds, "...Win32.cpp" only on Windows builds, every other file always.
+function(base_platform_sources variable)
+  set(picked)
   foreach(file IN LISTS ARGN)
     if(file MATCHES "Win32\\.cpp$" AND NOT WIN32)
       continue()
@@ -41,6 +43,16 @@ function(base_add_sources)
     if(file MATCHES "Posix\\.cpp$" AND WIN32)
       continue()
     endif()
+    list(APPEND picked "${file}")
+  endforeach()
+  set(${variable} ${picked} PARENT_SCOPE)
+endfunction()
+
+# base_add_sources(<file>...)
+# Adds sources of the current area to the Base library, platform files picked by name.
+function(base_add_sources)
+  base_platform_sources(files ${ARGN})
+  foreach(file IN LISTS files)
     target_sources(Base PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${file}")
   endforeach()
 endfunction()
@@ -73,7 +85,7 @@ endmacro()
 function(base_add_test area)
   set(target "Base${area}Tests")
   add_executable(${target} ${ARGN})
-  target_link_libraries(${target} PRIVATE Base::Base GTest::gtest_main)
+  target_link_libraries(${target} PRIVATE Base::Base BaseTestSupport GTest::gtest_main)
   target_include_directories(${target} PRIVATE "${PROJECT_SOURCE_DIR}/tests/support")
   base_set_warnings(${target})
   gtest_discover_tests(${target}

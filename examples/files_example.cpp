@@ -32,7 +32,8 @@ int main() {
     // Errors carry the file error table's codes and texts.
     kyOS::File missing(kyOS::Filename(dir, kyOS::Filename(kyString::IString(L"missing"))));
     const kyUtil::Error e = missing.open(kyOS::kRead);
-    CHECK(e.code() == 18 && std::strcmp(e.message(), "File does not exist") == 0);
+    CHECK(e.code() == kyOS::kFileErrDoesNotExist &&
+          std::strcmp(e.message(), "File does not exist") == 0);
 
     // kyOSProtectedWrite.h: replace the file without ever losing it.
     kyOS::ProtectedWrite pw(notes);

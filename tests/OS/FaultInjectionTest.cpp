@@ -64,31 +64,13 @@ bool startsWith(const std::string& s, const std::string& head) {
     return s.compare(0, head.size(), head) == 0;
 }
 
-// Open descriptors of this process, or -1 where the system does not list them.
-int openDescriptors() {
-#ifdef __linux__
-    int n = 0;
-    std::error_code ec;
-    for (fs::directory_iterator it("/proc/self/fd", ec), end; !ec && it != end; it.increment(ec)) {
-        ++n;
-    }
-    return ec ? -1 : n;
-#else
-    return -1;
-#endif
-}
-
 fs::path pathOf(const kyOS::Filename& name) {
     return fs::path(name.name().str());
 }
 
 // Where the library puts temporary files when the system will not say (its fallback).
 fs::path fallbackTempDirectory() {
-#ifdef _WIN32
-    return fs::path("C:\\");
-#else
-    return fs::path("/tmp");
-#endif
+    return fs::path(kytest::onWindows() ? "C:\\" : "/tmp");
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -235,19 +217,11 @@ protected:
 
     // Windows keeps only the first three characters of a prefix in its unique names.
     bool ours(const std::string& name) const {
-#ifdef _WIN32
-        return startsWith(name, token_.substr(0, 3));
-#else
-        return startsWith(name, token_);
-#endif
+        return startsWith(name, kytest::onWindows() ? token_.substr(0, 3) : token_);
     }
 
-    fs::path work(const std::string& leaf) const {
-        return work_ / (token_ + leaf);
-    }
-    fs::path other(const std::string& leaf) const {
-        return other_ / (token_ + leaf);
-    }
+    fs::path work(const std::string& leaf) const { return work_ / (token_ + leaf); }
+    fs::path other(const std::string& leaf) const { return other_ / (token_ + leaf); }
 
     // Empties the three directories and our names in the fallback directory.
     void clean() {
@@ -299,7 +273,7 @@ protected:
         clean();
         setup();
         injector.countOnly();
-        const int descriptors = openDescriptors();
+        const int descriptors = kytest::countOpenDescriptors();
         Attempt plain{nullptr, 0, FileCall::kCount, op()};
         const std::vector<FileCall> calls = injector.log();
         const std::string callList = injector.describe();
@@ -309,7 +283,7 @@ protected:
             check(plain, p);
             ASSERT_TRUE(p.empty()) << what << " without faults: " << p.text();
         }
-        ASSERT_EQ(openDescriptors(), descriptors);
+        ASSERT_EQ(kytest::countOpenDescriptors(), descriptors);
         ASSERT_GT(calls.size(), 0u);
 
         int runs = 0;
@@ -321,7 +295,7 @@ protected:
                 }
                 clean();
                 setup();
-                const int before = openDescriptors();
+                const int before = kytest::countOpenDescriptors();
                 s.arm(injector, k);
                 Attempt run{&s, k, calls[k - 1], op()};
                 injector.countOnly();
@@ -332,7 +306,7 @@ protected:
                     p.check(run.outcome.ok, "not absorbed: " + run.outcome.message);
                 }
                 check(run, p);
-                p.check(openDescriptors() == before, "a descriptor was left open");
+                p.check(kytest::countOpenDescriptors() == before, "a descriptor was left open");
                 if (!p.empty()) {
                     ADD_FAILURE() << what << ", " << s.label() << " at call " << k << " ("
                                   << FaultInjector::name(calls[k - 1]) << "): " << p.text()
@@ -476,7 +450,7 @@ TEST_F(FaultInjectionTest, RenameWithinADirectory) {
             p.check(!hasTarget || target == kOld, "the target is not the source's data");
             p.check(run.outcome.ok == hasTarget, "the result does not match the files");
             if (!run.outcome.ok) {
-                p.check(run.outcome.code == 6, "unexpected code");
+                p.check(run.outcome.code == kyOS::kRenameFailed, "unexpected code");
             }
             expectOnly(p, work_, {hasSource ? from.filename().string() : to.filename().string()},
                        false);
@@ -531,7 +505,7 @@ CycleResult protectedWriteCycle(const fs::path& main, bool copy, const std::stri
             std::size_t put = 0;
             e = out.write(content.data() + at, n, &put);
             if (e.ok() && put != n) {
-                e = kyOS::File::getError(4);
+                e = kyOS::File::getError(kyOS::kFileErrIO);
             }
         }
         if (out.isOpen()) {

@@ -25,6 +25,11 @@ using filetest::wide;
 
 namespace {
 
+// Callers test for these numbers: the names must not move them.
+static_assert(kyOS::kFileOpFailed == 1 && kyOS::kCopySourceMissing == 2 &&
+                  kyOS::kCopyTargetExists == 3 && kyOS::kRenameFailed == 6,
+              "the whole-file operation codes are fixed");
+
 namespace fs = std::filesystem;
 using kyOS::detail::fileCalls;
 using kyOS::detail::nativeFileCalls;
@@ -62,7 +67,7 @@ TEST_F(FileOpsTest, CopyErrorsUseTheirOwnCodes) {
     put(path("b"), "B");
     const std::string from = path("missing");
     kyUtil::Error e = kyOS::fileCopy(from.c_str(), path("x").c_str(), false);
-    EXPECT_EQ(e.code(), 2);
+    EXPECT_EQ(e.code(), kyOS::kCopySourceMissing);
     const std::string notFound =
         kyString::IString(fileCalls().systemErrorText(fileCalls().notFoundError).c_str())
             .asMultibyte();
@@ -71,7 +76,7 @@ TEST_F(FileOpsTest, CopyErrorsUseTheirOwnCodes) {
     EXPECT_FALSE(there(path("x")));
 
     e = kyOS::fileCopy(wide(path("a")).asWChar(), wide(path("b")).asWChar(), false);
-    EXPECT_EQ(e.code(), 3);
+    EXPECT_EQ(e.code(), kyOS::kCopyTargetExists);
     EXPECT_EQ(get(path("b")), std::string("B")); // untouched
     ASSERT_TRUE(kyOS::fileCopy(name(path("a")), name(path("b")), true).ok());
     EXPECT_EQ(get(path("b")), std::string("A"));
@@ -81,7 +86,7 @@ TEST_F(FileOpsTest, CopyErrorsUseTheirOwnCodes) {
     EXPECT_EQ(e.code(), filetest::onWindows() ? 1 : 2); // POSIX says "not found" for the dir
     // A directory as the source.
     fs::create_directory(path("d"));
-    EXPECT_EQ(kyOS::fileCopy(name(path("d")), name(path("y")), true).code(), 1);
+    EXPECT_EQ(kyOS::fileCopy(name(path("d")), name(path("y")), true).code(), kyOS::kFileOpFailed);
 }
 
 TEST_F(FileOpsTest, CopyIntoAnUnwritableDirectory) {
@@ -108,7 +113,7 @@ TEST_F(FileOpsTest, DeleteReportsTheSystemMessage) {
     ASSERT_TRUE(kyOS::fileDelete(path("gone").c_str()).ok());
     EXPECT_FALSE(there(path("gone")));
     const kyUtil::Error e = kyOS::fileDelete(wide(path("gone")).asWChar());
-    EXPECT_EQ(e.code(), 1);
+    EXPECT_EQ(e.code(), kyOS::kFileOpFailed);
     EXPECT_EQ(text(e),
               std::string(
                   kyString::IString(fileCalls().systemErrorText(fileCalls().notFoundError).c_str())
@@ -122,7 +127,8 @@ TEST_F(FileOpsTest, MoveCopiesThenDeletes) {
     EXPECT_EQ(get(path("n")), std::string("move me"));
     // A failed copy leaves the source where it was.
     put(path("m"), "again");
-    EXPECT_EQ(kyOS::fileMove(path("m").c_str(), path("n").c_str(), false).code(), 3);
+    EXPECT_EQ(kyOS::fileMove(path("m").c_str(), path("n").c_str(), false).code(),
+              kyOS::kCopyTargetExists);
     EXPECT_EQ(get(path("m")), std::string("again"));
 }
 
@@ -157,7 +163,7 @@ TEST_F(FileOpsTest, RenameErrorsByNumber) {
     // 2: the message names the target.
     const std::string target = path("target");
     kyUtil::Error e = kyOS::fileRename(name(path("missing")), name(target));
-    EXPECT_EQ(e.code(), 6);
+    EXPECT_EQ(e.code(), kyOS::kRenameFailed);
     EXPECT_EQ(text(e), "File or path specified by " +
                            std::string(name(target).name().asMultibyte()) + " name not found.");
 
@@ -193,7 +199,7 @@ TEST_F(FileOpsTest, RenameMessagesForEachErrorNumber) {
     for (const Case& c : cases) {
         fileCalls().rename = c.call;
         const kyUtil::Error e = kyOS::fileRename(name(path("a")), name(path("b")));
-        EXPECT_EQ(e.code(), 6);
+        EXPECT_EQ(e.code(), kyOS::kRenameFailed);
         EXPECT_EQ(text(e), c.message);
     }
     EXPECT_EQ(get(path("a")), std::string("A"));
@@ -207,11 +213,11 @@ TEST_F(FileOpsTest, RenameRealErrors) {
     fs::create_directories(path("full/x"));
     fs::create_directory(path("empty"));
     kyUtil::Error e = kyOS::fileRename(name(path("empty")), name(path("full")));
-    EXPECT_EQ(e.code(), 6);
+    EXPECT_EQ(e.code(), kyOS::kRenameFailed);
     EXPECT_EQ(text(e), "Unkown system error."); // ENOTEMPTY
     // An over-long target name.
     e = kyOS::fileRename(name(path("empty")), name(path(std::string(300, 'L'))));
-    EXPECT_EQ(e.code(), 6);
+    EXPECT_EQ(e.code(), kyOS::kRenameFailed);
     EXPECT_EQ(text(e), "Unkown system error."); // ENAMETOOLONG
 
     if (!kytest::canDropPrivileges()) {
@@ -350,7 +356,7 @@ TEST_F(FileOpsTest, FilesystemFiguresAreInKibibytes) {
     fileCalls().diskFree = diskFreeFails;
     kyOS::Filesystem g(wide(path("file.txt")));
     const kyUtil::Error e = g.stat();
-    EXPECT_EQ(e.code(), 1);
+    EXPECT_EQ(e.code(), kyOS::kFileOpFailed);
     const std::string dirText = std::string(name(dir().string()).name().asMultibyte()) +
                                 (filetest::onWindows() ? "\\" : "/");
     EXPECT_EQ(text(e),

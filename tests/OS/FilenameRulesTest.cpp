@@ -345,7 +345,7 @@ TEST_F(LongPathTest, SystemFailureIsCode14WithTheSystemText) {
     fail = true;
     kyString::IString out;
     const kyUtil::Error e = kyOS::toLongPathForm(L"a/b", kWin, out);
-    EXPECT_EQ(e.code(), 14);
+    EXPECT_EQ(e.code(), kyOS::kFileErrSyscall);
     EXPECT_STREQ(e.message(), "fake failure 5");
     EXPECT_EQ(out.str(), L"a\\b"); // nothing prefixed
     // An absolute name never asks the system.
@@ -353,7 +353,7 @@ TEST_F(LongPathTest, SystemFailureIsCode14WithTheSystemText) {
     EXPECT_TRUE(kyOS::toLongPathForm(L"/a", kPosix, out).ok());
     EXPECT_EQ(out.str(), L"/a");
     const kyUtil::Error p = kyOS::toLongPathForm(L"a", kPosix, out);
-    EXPECT_EQ(p.code(), 14);
+    EXPECT_EQ(p.code(), kyOS::kFileErrSyscall);
     EXPECT_EQ(out.str(), L"a");
 }
 

@@ -8,15 +8,11 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 #include <set>
 #include <string>
+#include <system_error>
 #include <vector>
-
-#ifndef _WIN32
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#endif
 
 #include <gtest/gtest.h>
 
@@ -821,69 +817,39 @@ TEST_F(GetOptFileTest, FileArgumentsOnTheCommandLine) {
     }
 }
 
-#ifndef _WIN32
 // Runs `check` in a child process that has given up root's rights (root passes every
 // permission test). Returns the child's report: "" when the check gave `expected`.
 std::string asUnprivileged(const std::function<std::string()>& check) {
-    std::fflush(nullptr);
-    int pipeFds[2];
-    if (::pipe(pipeFds) != 0) {
-        return "pipe failed";
-    }
-    const pid_t pid = ::fork();
-    if (pid < 0) {
-        return "fork failed";
-    }
-    if (pid == 0) {
-        ::close(pipeFds[0]);
-        std::string report;
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) {
-            report = "cannot drop privileges";
-        } else {
-            report = check();
-        }
-        const ssize_t written = ::write(pipeFds[1], report.data(), report.size());
-        ::_exit(written == static_cast<ssize_t>(report.size()) ? 0 : 1);
-    }
-    ::close(pipeFds[1]);
-    std::string report;
-    char buffer[512];
-    ssize_t got;
-    while ((got = ::read(pipeFds[0], buffer, sizeof buffer)) > 0) {
-        report.append(buffer, static_cast<std::size_t>(got));
-    }
-    ::close(pipeFds[0]);
-    int status = 0;
-    ::waitpid(pid, &status, 0);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        return "child failed: " + report;
-    }
-    return report;
+    const std::optional<std::string> report = kytest::runInChild(check, true);
+    return report ? *report : std::string("child failed");
 }
 
 std::string expectText(const kyUtil::Error& e, const std::string& expected) {
     const std::string got = e.message();
     return got == expected ? std::string() : "got \"" + got + "\", expected \"" + expected + "\"";
 }
-#endif
 
 TEST_F(GetOptFileTest, UnreadableFileAndUnwritableDirectory) {
-#ifdef _WIN32
-    GTEST_SKIP() << "POSIX permission bits and a privilege-dropping child process";
-#else
+    if (!kytest::canDropPrivileges()) {
+        GTEST_SKIP() << "needs POSIX permission bits and root, to make files another user "
+                        "cannot use and check them in a child without root's rights";
+    }
     // Root-owned: a locked file, and a directory others may enter but not write.
+    const auto setMode = [](const std::filesystem::path& path, int mode) {
+        std::error_code ec;
+        std::filesystem::permissions(path, static_cast<std::filesystem::perms>(mode),
+                                     std::filesystem::perm_options::replace, ec);
+        return !ec;
+    };
     const std::filesystem::path locked = dir() / "locked.txt";
     std::ofstream(locked) << "secret";
-    ASSERT_EQ(::chmod(locked.c_str(), 0600), 0);
-    ASSERT_EQ(::chmod(dir().c_str(), 0755), 0);
+    ASSERT_TRUE(setMode(locked, 0600));
+    ASSERT_TRUE(setMode(dir(), 0755));
     const std::filesystem::path ro = dir() / "ro";
     std::filesystem::create_directories(ro);
-    ASSERT_EQ(::chmod(ro.c_str(), 0755), 0);
+    ASSERT_TRUE(setMode(ro, 0755));
     std::ofstream(ro / "kept.txt") << "x";
-    ASSERT_EQ(::chmod((ro / "kept.txt").c_str(), 0644), 0);
-    if (::geteuid() != 0) {
-        GTEST_SKIP() << "needs root to make files another user cannot use";
-    }
+    ASSERT_TRUE(setMode(ro / "kept.txt", 0644));
 
     const IString lockedName(locked.wstring().c_str());
     const IString newInRo((ro / "new.txt").wstring().c_str());
@@ -910,7 +876,9 @@ TEST_F(GetOptFileTest, UnreadableFileAndUnwritableDirectory) {
               }),
               "");
     EXPECT_EQ(asUnprivileged([&] {
-                  if (::chdir(roDir.c_str()) != 0) {
+                  std::error_code ec;
+                  std::filesystem::current_path(roDir, ec);
+                  if (ec) {
                       return std::string("chdir failed");
                   }
                   GetOpt g;
@@ -936,7 +904,6 @@ TEST_F(GetOptFileTest, UnreadableFileAndUnwritableDirectory) {
     GetOpt g;
     EXPECT_TRUE(g.validInputFile(lockedName).ok());
     EXPECT_TRUE(g.validOutputFile(newInRo).ok());
-#endif
 }
 
 } // namespace

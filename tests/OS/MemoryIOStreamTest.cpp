@@ -1,4 +1,5 @@
 // MemoryIOStreamTest.cpp - kyOS::MemoryIOStream against a plain string.
+#include <Base/OS/kyOSFileTypes.h>
 #include <Base/OS/kyOSMemoryIOStream.h>
 
 #include <kyTestSupport.h>
@@ -21,7 +22,7 @@ std::string readAll(kyOS::MemoryIOStream& s, std::size_t chunk) {
         const kyUtil::Error e = s.read(&buffer[0], chunk, &got);
         out.append(buffer, 0, got);
         if (e.failed()) {
-            EXPECT_EQ(e.code(), 3);
+            EXPECT_EQ(e.code(), kyOS::kFileErrEndOfFile);
             EXPECT_EQ(got, 0u);
             return out;
         }
@@ -66,18 +67,18 @@ TEST(MemoryIOStream, EndOfData) {
     kyOS::MemoryIOStream s;
     char c = 'x';
     std::size_t got = 9;
-    EXPECT_EQ(s.read(&c, 1, &got).code(), 3);
+    EXPECT_EQ(s.read(&c, 1, &got).code(), kyOS::kFileErrEndOfFile);
     EXPECT_EQ(got, 0u);
     EXPECT_TRUE(s.read(&c, 0, &got).ok()); // nothing asked, nothing wrong
-    EXPECT_EQ(s.write(nullptr, 3, &got).code(), 4);
+    EXPECT_EQ(s.write(nullptr, 3, &got).code(), kyOS::kFileErrIO);
     EXPECT_EQ(s.size(), 0u);
     ASSERT_TRUE(s.write("ab", 2, nullptr).ok());
-    EXPECT_EQ(s.read(nullptr, 1, &got).code(), 4);
+    EXPECT_EQ(s.read(nullptr, 1, &got).code(), kyOS::kFileErrIO);
     EXPECT_TRUE(s.read(&c, 1, nullptr).ok());
     EXPECT_EQ(c, 'a');
     EXPECT_FALSE(s.seek(3));
     EXPECT_TRUE(s.seek(2));
-    EXPECT_EQ(s.read(&c, 1, &got).code(), 3);
+    EXPECT_EQ(s.read(&c, 1, &got).code(), kyOS::kFileErrEndOfFile);
     s.rewind();
     EXPECT_EQ(readAll(s, 5), "ab");
     s.clear();

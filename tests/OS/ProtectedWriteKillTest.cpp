@@ -25,15 +25,8 @@
 #include <random>
 #include <string>
 #include <system_error>
-#include <vector>
-
-#ifndef _WIN32
-#include <csignal>
-#include <sys/types.h>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
-#endif
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -45,8 +38,6 @@ using filetest::put;
 using filetest::readBytes;
 
 class ProtectedWriteKillTest : public kytest::TempDirTest {};
-
-#ifndef _WIN32
 
 void emptyDirectory(const fs::path& dir) {
     std::error_code ec;
@@ -82,13 +73,16 @@ bool protectedWriteCycle(const fs::path& main, bool copy, const std::string& con
 }
 
 void stopHere() {
-    ::raise(SIGSTOP);
+    kytest::stopSelf();
 }
 
 // What a run found after the kill.
 enum class Found { kOld, kNew, kBackupOnly, kBroken };
 
 TEST_F(ProtectedWriteKillTest, KilledAnywhereLeavesOldOrNew) {
+    if (!kytest::canForkAndKill()) {
+        GTEST_SKIP() << "needs fork and SIGKILL/SIGSTOP, which Windows does not have";
+    }
     const fs::path work = dir() / "work";
     const fs::path tmp = dir() / "tmp";
     fs::create_directories(work);
@@ -117,20 +111,18 @@ TEST_F(ProtectedWriteKillTest, KilledAnywhereLeavesOldOrNew) {
         emptyDirectory(work);
         emptyDirectory(tmp);
         EXPECT_TRUE(put(main, oldContent));
-        std::fflush(nullptr);
         const auto start = std::chrono::steady_clock::now();
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        const long child = kytest::forkChild([&] {
             kyOS::Filename backup;
-            ::_exit(protectedWriteCycle(main, copy == 1, newContent, &backup) ? 0 : 1);
-        }
-        int status = 0;
-        ASSERT_EQ(::waitpid(child, &status, 0), child);
+            return protectedWriteCycle(main, copy == 1, newContent, &backup) ? 0 : 1;
+        });
+        ASSERT_GE(child, 0);
+        const kytest::ChildEnd end = kytest::waitChild(child, false);
+        ASSERT_TRUE(end.waited);
         micros[copy] = std::chrono::duration_cast<std::chrono::microseconds>(
                            std::chrono::steady_clock::now() - start)
                            .count();
-        ASSERT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+        ASSERT_TRUE(end.exited && end.exitCode == 0);
         std::string content;
         ASSERT_TRUE(readBytes(main, &content) && content == newContent);
     }
@@ -161,35 +153,34 @@ TEST_F(ProtectedWriteKillTest, KilledAnywhereLeavesOldOrNew) {
         emptyDirectory(work);
         emptyDirectory(tmp);
         EXPECT_TRUE(put(main, oldContent));
-        std::fflush(nullptr);
-        const pid_t child = ::fork();
-        ASSERT_GE(child, 0);
-        if (child == 0) {
+        const long child = kytest::forkChild([&] {
             kytest::FaultInjector injector;
             if (stopAtCall) {
                 injector.atCall(k, &stopHere);
             }
             kyOS::Filename backup;
-            const bool ok = protectedWriteCycle(main, copy == 1, newContent, &backup);
-            ::_exit(ok ? 0 : 1);
-        }
-        int status = 0;
+            return protectedWriteCycle(main, copy == 1, newContent, &backup) ? 0 : 1;
+        });
+        ASSERT_GE(child, 0);
+        kytest::ChildEnd end;
         bool reaped = false;
         if (stopAtCall) {
-            ASSERT_EQ(::waitpid(child, &status, WUNTRACED), child);
-            reaped = !WIFSTOPPED(status); // it ended without reaching call K
+            end = kytest::waitChild(child, true);
+            ASSERT_TRUE(end.waited);
+            reaped = !end.stopped; // it ended without reaching call K
             stoppedRuns += reaped ? 0 : 1;
         } else {
             // The delay is the kill point, not a wait for anything.
             std::this_thread::sleep_for(std::chrono::microseconds(delay));
         }
         if (!reaped) {
-            ::kill(child, SIGKILL);
-            ASSERT_EQ(::waitpid(child, &status, 0), child);
+            kytest::killChild(child);
+            end = kytest::waitChild(child, false);
+            ASSERT_TRUE(end.waited);
         }
-        if (WIFEXITED(status)) {
+        if (end.exited) {
             // Finished before the kill: it must have succeeded.
-            EXPECT_EQ(WEXITSTATUS(status), 0) << "run " << run << ": the cycle failed";
+            EXPECT_EQ(end.exitCode, 0) << "run " << run << ": the cycle failed";
         }
 
         std::string content;
@@ -238,13 +229,5 @@ TEST_F(ProtectedWriteKillTest, KilledAnywhereLeavesOldOrNew) {
     }
     EXPECT_GT(stoppedRuns, kRuns / 2);
 }
-
-#else
-
-TEST_F(ProtectedWriteKillTest, KilledAnywhereLeavesOldOrNew) {
-    GTEST_SKIP() << "needs fork and SIGKILL/SIGSTOP, which Windows does not have";
-}
-
-#endif
 
 } // namespace

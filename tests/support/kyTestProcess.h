@@ -1,4 +1,7 @@
-// kyTestProcess.h - running a piece of a test in a child process, optionally without privileges.
+// kyTestProcess.h - what the tests need of the system beyond the library: child processes
+// (optionally without privileges, stopped and killed), environment variables, open
+// descriptors. Implemented in kyTestPlatformPosix.cpp and kyTestPlatformWin32.cpp, so that
+// test sources stay free of platform conditionals.
 #ifndef KY_TESTS_SUPPORT_PROCESS_H
 #define KY_TESTS_SUPPORT_PROCESS_H
 
@@ -6,81 +9,47 @@
 #include <optional>
 #include <string>
 
-#ifndef _WIN32
-#include <grp.h>
-#include <sys/wait.h>
-#include <unistd.h>
-#endif
-
 namespace kytest {
+
+/// True in the Windows build.
+bool onWindows();
 
 /// True where a forked child can drop to an unprivileged user: POSIX, running as root.
 /// Tests run as root here, and root passes every permission check, so a test of "not
 /// readable" or "not writable" means something only in such a child.
-inline bool canDropPrivileges() {
-#ifdef _WIN32
-    return false;
-#else
-    return ::geteuid() == 0;
-#endif
-}
+bool canDropPrivileges();
 
 /// Runs `body` in a forked child (as user and group 65534 when `dropPrivileges`) and returns
 /// the text it produced, or nothing when the child could not be made or did not finish
 /// normally. Only the text crosses back, so `body` reports what it saw as text and the
 /// parent asserts on it. POSIX only; on Windows it returns nothing.
-inline std::optional<std::string> runInChild(const std::function<std::string()>& body,
-                                             bool dropPrivileges) {
-#ifdef _WIN32
-    static_cast<void>(body);
-    static_cast<void>(dropPrivileges);
-    return std::nullopt;
-#else
-    int fds[2];
-    if (::pipe(fds) != 0) {
-        return std::nullopt;
-    }
-    const pid_t pid = ::fork();
-    if (pid < 0) {
-        ::close(fds[0]);
-        ::close(fds[1]);
-        return std::nullopt;
-    }
-    if (pid == 0) {
-        ::close(fds[0]);
-        if (dropPrivileges &&
-            (::setgroups(0, nullptr) != 0 || ::setgid(65534) != 0 || ::setuid(65534) != 0)) {
-            ::_exit(2);
-        }
-        const std::string text = body();
-        std::size_t done = 0;
-        while (done < text.size()) {
-            const ssize_t n = ::write(fds[1], text.data() + done, text.size() - done);
-            if (n <= 0) {
-                ::_exit(3);
-            }
-            done += static_cast<std::size_t>(n);
-        }
-        ::_exit(0);
-    }
-    ::close(fds[1]);
-    std::string text;
-    char buffer[4096];
-    for (;;) {
-        const ssize_t n = ::read(fds[0], buffer, sizeof buffer);
-        if (n <= 0) {
-            break;
-        }
-        text.append(buffer, static_cast<std::size_t>(n));
-    }
-    ::close(fds[0]);
-    int status = 0;
-    if (::waitpid(pid, &status, 0) != pid || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        return std::nullopt;
-    }
-    return text;
-#endif
-}
+std::optional<std::string> runInChild(const std::function<std::string()>& body,
+                                      bool dropPrivileges);
+
+/// True where a test may fork children, stop them and kill them (POSIX).
+bool canForkAndKill();
+/// Flushes the standard streams and starts `body` in a forked child, which exits with the
+/// value `body` returns. The child's id, or -1 when none could be made (always on Windows).
+long forkChild(const std::function<int()>& body);
+
+/// How a wait for a child ended.
+struct ChildEnd {
+    bool waited = false;  ///< the wait itself succeeded
+    bool stopped = false; ///< the child stopped (only when waiting `untilStopped`)
+    bool exited = false;  ///< the child ended normally
+    int exitCode = -1;    ///< its exit value when it ended normally
+};
+/// Waits until the child ends or, with `untilStopped`, stops.
+ChildEnd waitChild(long child, bool untilStopped);
+/// Kills the child at once (SIGKILL).
+void killChild(long child);
+/// Stops the calling process (SIGSTOP) until its parent kills or continues it.
+void stopSelf();
+
+/// Sets, or with a null `value` removes, an environment variable.
+void setEnvironment(const char* name, const char* value);
+/// Open descriptors of this process, or -1 where the system does not list them.
+int countOpenDescriptors();
 
 } // namespace kytest
 

@@ -11,6 +11,8 @@
 
 #include <gtest/gtest.h>
 
+#include "kyTestProcess.h"
+
 namespace kytest {
 
 /// An element type with non-trivial construction, copy and destruction that counts its live
@@ -86,17 +88,7 @@ public:
     ScopedEnv& operator=(const ScopedEnv&) = delete;
 
 private:
-    void set(const char* value) {
-#ifdef _WIN32
-        _putenv_s(name_.c_str(), value != nullptr ? value : "");
-#else
-        if (value != nullptr) {
-            setenv(name_.c_str(), value, 1);
-        } else {
-            unsetenv(name_.c_str());
-        }
-#endif
-    }
+    void set(const char* value) { setEnvironment(name_.c_str(), value); }
     std::string name_;
     std::string old_;
     bool hadOld_ = false;

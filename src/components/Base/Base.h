@@ -48,7 +48,9 @@
 #include <Base/OS/kyOSAppOutput.h>
 #include <Base/OS/kyOSDebugTrace.h>
 #include <Base/OS/kyOSFile.h>
+#include <Base/OS/kyOSFileOps.h>
 #include <Base/OS/kyOSFileStatus.h>
+#include <Base/OS/kyOSFileTypes.h>
 #include <Base/OS/kyOSFilename.h>
 #include <Base/OS/kyOSFilesystem.h>
 #include <Base/OS/kyOSGetOpt.h>

@@ -4,6 +4,7 @@
 #include <Base/Containers/kyHashSet.h>
 #include <Base/OS/kyOSAppMain.h>
 #include <Base/OS/kyOSAppOutput.h>
+#include <Base/Utility/kyImplBase.h>
 
 #include <mutex>
 
@@ -92,14 +93,20 @@ void DebugTrace::print(const char* text) {
 
 // ---- DebugTraceManager --------------------------------------------------------------------
 
-struct DebugTraceManager::Impl {
+namespace detail {
+
+// The registry behind the manager: the traces and the enabled categories, under one mutex.
+class DebugTraceManagerImpl : public ky::ImplBase {
+public:
     mutable std::mutex mutex;
     ky::vector<DebugTrace*> traces;
     ky::hash_set<kyString::CString> enabledCategories;
     bool allEnabled = false;
 };
 
-DebugTraceManager::DebugTraceManager() : impl_(new Impl) {}
+} // namespace detail
+
+DebugTraceManager::DebugTraceManager() : impl_(new detail::DebugTraceManagerImpl) {}
 
 DebugTraceManager::~DebugTraceManager() {
     delete impl_;

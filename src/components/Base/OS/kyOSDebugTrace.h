@@ -73,6 +73,10 @@ private:
     friend class DebugTraceManager;
 };
 
+namespace detail {
+class DebugTraceManagerImpl;
+} // namespace detail
+
 /// The process-wide registry of traces, which decides which are enabled. A trace without a
 /// category is always enabled. A trace with a category is enabled when every category is
 /// (`enableAllCategories`), when its category is, or when its "category/subcategory" is
@@ -106,8 +110,7 @@ private:
     void initializeTrace(DebugTrace* trace, bool registered);
     bool isEnabled(const DebugTrace* trace) const;
 
-    struct Impl;
-    Impl* impl_;
+    detail::DebugTraceManagerImpl* impl_;
 };
 
 } // namespace kyOS

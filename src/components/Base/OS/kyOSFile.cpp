@@ -1,4 +1,4 @@
-// kyOSFile.cpp - kyOS::File, its status record and error table, and the file factory.
+// kyOSFile.cpp - kyOS::File, its error table and the file factory.
 #include <Base/OS/kyOSFile.h>
 
 #include <Base/OS/internal/kyOSFileUtil.h>
@@ -9,30 +9,9 @@
 namespace kyOS {
 
 // ---------------------------------------------------------------------------------------------
-// FileStatus
-
-FileStatus::FileStatus() {
-    reset();
-}
-
-FileStatus::FileStatus(const FileStatus& other) = default;
-FileStatus::FileStatus(FileStatus&& other) noexcept = default;
-FileStatus& FileStatus::operator=(const FileStatus& other) = default;
-FileStatus& FileStatus::operator=(FileStatus&& other) noexcept = default;
-FileStatus::~FileStatus() = default;
-
-void FileStatus::reset() {
-    exists_ = isReadable_ = isWritable_ = isDirectory_ = isFile_ = isRemote_ = isCheckedout_ =
-        false;
-    size_ = creationDate_ = lastModification_ = 0;
-    owner_ = kyString::CString();
-    group_ = kyString::CString();
-}
-
-// ---------------------------------------------------------------------------------------------
 // Error table
 
-const char* const File::ErrMsgs[19] = {
+const char* const File::ErrMsgs[kFileErrCount] = {
     "Not Implemented",
     "File Exists",
     "End Of File",
@@ -58,7 +37,7 @@ kyUtil::Error File::getError(int code) {
     if (code == 0) {
         return kyUtil::Error();
     }
-    if (code < 1 || code > 19) {
+    if (code < 1 || code > kFileErrCount) {
         return kyUtil::Error(code, kyString::IString());
     }
     return kyUtil::Error(code, "%s", ErrMsgs[code - 1]);
@@ -67,7 +46,6 @@ kyUtil::Error File::getError(int code) {
 // ---------------------------------------------------------------------------------------------
 // Transports and the factory
 
-IOStream::~IOStream() = default;
 FileTransport::~FileTransport() = default;
 FileFactory::~FileFactory() = default;
 
@@ -102,7 +80,7 @@ void setFileFactory(FileFactory* factory) {
 
 namespace {
 kyUtil::Error invalid() {
-    return File::getError(1);
+    return File::getError(kFileErrNotImplemented);
 }
 } // namespace
 
@@ -256,14 +234,6 @@ bool kyOS_IsFileWriteableW(const wchar_t* name) {
     return kyOS::isFileWritable(filenameFrom(name));
 }
 
-bool kyOS_CopyFileTo(const char* from, const char* to, bool overwrite) {
-    return kyOS::fileCopy(filenameFrom(from), filenameFrom(to), overwrite).ok();
-}
-
-bool kyOS_CopyFileToW(const wchar_t* from, const wchar_t* to, bool overwrite) {
-    return kyOS::fileCopy(filenameFrom(from), filenameFrom(to), overwrite).ok();
-}
-
 static long long readHeader(const kyOS::Filename& name, void* buffer, std::size_t size) {
     if (buffer == nullptr && size > 0) {
         return -1;
@@ -275,7 +245,7 @@ static long long readHeader(const kyOS::Filename& name, void* buffer, std::size_
     std::size_t got = 0;
     const kyUtil::Error e = size > 0 ? file.read(buffer, size, &got) : kyUtil::Error();
     // An empty file has no header, which is not a failure: 0 bytes.
-    const bool ok = e.ok() || e.code() == 3;
+    const bool ok = e.ok() || e.code() == kyOS::kFileErrEndOfFile;
     return file.close().ok() && ok ? static_cast<long long>(got) : -1;
 }
 

@@ -1,11 +1,13 @@
-// kyOSFile.h - kyOS::File and its transports, the file error table, whole-file operations
-// and temporary names.
+// kyOSFile.h - kyOS::File, its transports and factory, and the file error table. Includes the
+// headers of its status, stream interface, codes and whole-file operations as well.
 #ifndef KY_OS_FILE_H
 #define KY_OS_FILE_H
 
 #include <Base/BaseExport.h>
 #include <Base/Containers/kyVector.h>
+#include <Base/OS/kyOSFileOps.h>
 #include <Base/OS/kyOSFileStatus.h>
+#include <Base/OS/kyOSFileTypes.h>
 #include <Base/OS/kyOSFilename.h>
 #include <Base/OS/kyOSIOStream.h>
 #include <Base/String/kyStringIString.h>
@@ -16,35 +18,9 @@
 
 namespace kyOS {
 
-/// How `File::open` and `File::openTemp` open a file: one of `kRead`, `kWrite`,
-/// `kReadWrite`, optionally with the modifiers.
-///  - `kRead`: the file must exist ("File does not exist", code 18, otherwise).
-///  - `kWrite`, `kReadWrite`: the file must exist unless `kCreate` is given.
-///  - `kAppend`: every write goes to the end (implies writing).
-///  - `kCreate`: create the file when missing (permissions 0666 less the process's umask).
-///  - `kTruncate`: empty an existing file.
-///  - `kExclusive`: with `kCreate`, fail with "File Exists" (code 2) when the file exists.
-/// Files are always opened in binary mode and are not inherited by child processes.
-enum OpenMode {
-    kRead = 1,
-    kWrite = 2,
-    kReadWrite = 3,
-    kAppend = 4,
-    kCreate = 8,
-    kTruncate = 16,
-    kExclusive = 32,
-};
-
-/// Flags of `File::deleteSelf`: `kDeleteRecursive` removes a directory with its contents;
-/// without it a directory must be empty ("The directory is not empty", code 13).
-enum DeleteFlags { kDeleteRecursive = 1 };
-
-/// Origins of `File::seek`.
-enum SeekOrigin { kSeekSet = 0, kSeekCurrent = 1, kSeekEnd = 2 };
-
 /// One way of reaching files: the local disk is the built-in one. A transport is made for
 /// one name by a `FileFactory` and owned by the `File` that uses it. Every operation returns
-/// an error from the file error table (`File::getError`) or code 14 with the system's own
+/// an error from the file error table (`File::getError`) or `kFileErrSyscall` with the system's own
 /// text. Not thread-safe: one thread at a time per transport.
 class KY_BASE_API FileTransport {
 public:
@@ -100,8 +76,8 @@ KY_BASE_API void setFileFactory(FileFactory* factory);
 /// A file or directory, reached through the transport that the factory made for its name.
 /// Owns the transport. Opening, reading and writing follow `OpenMode` and the `IOStream`
 /// contract; failures come back as `kyUtil::Error` values with the codes of the file error
-/// table below (14 carries the system's own text). A `File` closes itself when destroyed.
-/// Not thread-safe: one thread at a time per object.
+/// table (`FileError`; `kFileErrSyscall` carries the system's own text). A `File` closes itself
+/// when destroyed. Not thread-safe: one thread at a time per object.
 ///
 /// @code
 ///   kyOS::File out(L"notes.txt");
@@ -111,10 +87,10 @@ KY_BASE_API void setFileFactory(FileFactory* factory);
 /// @endcode
 class KY_BASE_API File : public IOStream {
 public:
-    /// Message texts of the file error codes 1 to 19, indexed by code - 1.
-    static const char* const ErrMsgs[19];
+    /// Message texts of the file error codes (`FileError`), indexed by code - 1.
+    static const char* const ErrMsgs[kFileErrCount];
     /// An error with `code` and its text from `ErrMsgs`; code 0 gives an empty error and a
-    /// code outside 1..19 the code alone.
+    /// code outside the table the code alone.
     static kyUtil::Error getError(int code);
 
     /// Status of the name through the installed factory's transport (without owner and
@@ -172,53 +148,6 @@ KY_BASE_API bool doesFileExist(const Filename& name);
 /// `File::query` answered without error and the name may be written.
 KY_BASE_API bool isFileWritable(const Filename& name);
 
-/// Deletes a file. On failure: code 1 with the system's message.
-KY_BASE_API kyUtil::Error fileDelete(const Filename& name);
-KY_BASE_API kyUtil::Error fileDelete(const char* name);
-KY_BASE_API kyUtil::Error fileDelete(const wchar_t* name);
-/// Copies contents, permission bits and modification time. On failure the message is
-/// "Error copying <from> to <to>: <system message>" and the code 2 when the source is
-/// missing, 3 when the target exists and `overwrite` is false, 1 otherwise (these codes
-/// deliberately differ from the file error table).
-KY_BASE_API kyUtil::Error fileCopy(const Filename& from, const Filename& to, bool overwrite);
-KY_BASE_API kyUtil::Error fileCopy(const char* from, const char* to, bool overwrite);
-KY_BASE_API kyUtil::Error fileCopy(const wchar_t* from, const wchar_t* to, bool overwrite);
-/// Copy, then delete the source; a failed delete still counts as success.
-KY_BASE_API kyUtil::Error fileMove(const Filename& from, const Filename& to, bool overwrite);
-KY_BASE_API kyUtil::Error fileMove(const char* from, const char* to, bool overwrite);
-KY_BASE_API kyUtil::Error fileMove(const wchar_t* from, const wchar_t* to, bool overwrite);
-/// Renames within one directory; across directories moves with overwrite. A failed rename
-/// gives code 6 and a message chosen by the system's error number.
-KY_BASE_API kyUtil::Error fileRename(const Filename& from, const Filename& to);
-KY_BASE_API kyUtil::Error fileRename(const char* from, const char* to);
-KY_BASE_API kyUtil::Error fileRename(const wchar_t* from, const wchar_t* to);
-
-/// The system's temporary directory ($TMPDIR, else /tmp, on POSIX systems).
-KY_BASE_API Filename getTempDirectory();
-/// A name for a temporary file in the temporary directory, not in use when made: the
-/// system's unique name for `prefix` ("KYTMP" when null) without its suffix, then "." and
-/// `suffix` when `suffix` is not empty. The system creates the file to reserve the name and
-/// it is deleted at once: only the name is kept. (Windows uses only the first three
-/// characters of the prefix and appends four hex digits; POSIX systems keep the whole prefix
-/// and append six random characters.) When the system cannot make one, the name
-/// is "<prefix><process id>_<counter>" instead.
-KY_BASE_API Filename createTmpFilename(const kyString::IString& suffix,
-                                       const wchar_t* prefix = nullptr);
-/// A name beside `name` that is not in use: "<dir>/<trunk><separator><n>.<suffix>" for the
-/// first n from 1 whose name does not exist, where <suffix> is `suffix` when not null,
-/// else the suffix of `name` ("shot.ma" gives "shot_1.ma" with the default separator).
-/// `separator` ("_" when empty) stands between the trunk and the number.
-KY_BASE_API Filename
-createNewFilenameVariant(const Filename& name, const wchar_t* suffix = nullptr,
-                         const kyString::IString& separator = kyString::IString());
-/// Deletes the library's own leftover temporary files from the temporary directory (or
-/// `directory`): plain files named "KYT<anything>" (the default prefix "KYTMP", which Windows
-/// cuts to three characters) or "<anything>.0.tmp" / "<anything>.1.tmp" (the names
-/// `ProtectedWrite` makes) that are older than one hour.
-/// Returns the number of files deleted.
-KY_BASE_API int cleanupTempDirectory();
-KY_BASE_API int cleanupTempDirectory(const kyString::IString& directory);
-
 } // namespace kyOS
 
 // Entry points for C callers; narrow names are in the process's code page.
@@ -229,23 +158,10 @@ KY_BASE_API bool kyOS_DoesFileExistW(const wchar_t* name);
 KY_BASE_API bool kyOS_DoesDirectoryExist(const char* name);
 KY_BASE_API bool kyOS_IsFileWriteable(const char* name);
 KY_BASE_API bool kyOS_IsFileWriteableW(const wchar_t* name);
-/// `fileCopy(from, to, overwrite)`; true on success.
-KY_BASE_API bool kyOS_CopyFileTo(const char* from, const char* to, bool overwrite);
-KY_BASE_API bool kyOS_CopyFileToW(const wchar_t* from, const wchar_t* to, bool overwrite);
 /// Reads up to `size` leading bytes of the file into `buffer`; returns the number read
 /// (fewer for a shorter file), or -1 when the file cannot be opened or read.
 KY_BASE_API long long kyOS_ReadHeaderFromFile(const char* name, void* buffer, std::size_t size);
 KY_BASE_API long long kyOS_ReadHeaderFromFileW(const wchar_t* name, void* buffer, std::size_t size);
-/// The temporary directory, copied with its terminating zero into `out` of `size` units;
-/// returns false (and writes nothing) when it does not fit.
-KY_BASE_API bool kyOS_GetTemporaryDirectory(char* out, std::size_t size);
-KY_BASE_API bool kyOS_GetTemporaryDirectoryW(wchar_t* out, std::size_t size);
-/// `createTmpFilename(suffix, prefix)` copied the same way; null suffix and prefix count as
-/// empty and "KYTMP".
-KY_BASE_API bool kyOS_CreateTemporaryFileName(const char* suffix, const char* prefix, char* out,
-                                              std::size_t size);
-KY_BASE_API bool kyOS_CreateTemporaryFileNameW(const wchar_t* suffix, const wchar_t* prefix,
-                                               wchar_t* out, std::size_t size);
 }
 
 #endif // KY_OS_FILE_H

@@ -1,5 +1,5 @@
 // kyOSFileOps.cpp - whole-file operations, temporary names and their C entry points.
-#include <Base/OS/kyOSFile.h>
+#include <Base/OS/kyOSFileOps.h>
 
 #include <Base/OS/internal/kyOSFileUtil.h>
 #include <Base/OS/internal/kyOSPath.h>
@@ -40,7 +40,7 @@ kyUtil::Error fileDelete(const Filename& name) {
     if (retryInterrupted([&] { return fileCalls().unlink(native, &error); }, &error) == 0) {
         return kyUtil::Error();
     }
-    return kyUtil::Error(1, toIString(fileCalls().systemErrorText(error)));
+    return kyUtil::Error(kFileOpFailed, toIString(fileCalls().systemErrorText(error)));
 }
 
 kyUtil::Error fileDelete(const char* name) {
@@ -60,9 +60,10 @@ kyUtil::Error fileCopy(const Filename& from, const Filename& to, bool overwrite)
                          &error) == 0) {
         return kyUtil::Error();
     }
-    // The system's numbers for "not found" and "exists" become 2 and 3: not the file error
-    // table's codes, and kept that way because callers test for them.
-    const int code = error == calls.notFoundError ? 2 : (error == calls.existsError ? 3 : 1);
+    // The system's numbers for "not found" and "exists" get the copy's own codes.
+    const int code = error == calls.notFoundError
+                         ? kCopySourceMissing
+                         : (error == calls.existsError ? kCopyTargetExists : kFileOpFailed);
     return copyError(code, from, to, calls.systemErrorText(error));
 }
 
@@ -85,7 +86,7 @@ kyUtil::Error fileMove(const Filename& from, const Filename& to, bool overwrite)
         // A failed move leaves no copy behind: the source is still there, and a retry
         // without overwrite would otherwise find the target taken.
         static_cast<void>(detail::removeLeftover(to.name().str()));
-        return copyError(1, from, to, fileCalls().runtimeErrorText(error));
+        return copyError(kFileOpFailed, from, to, fileCalls().runtimeErrorText(error));
     }
     // The copy is complete and durable: a source that will not go away is not a failure.
     static_cast<void>(fileDelete(from));
@@ -113,16 +114,17 @@ kyUtil::Error fileRename(const Filename& from, const Filename& to) {
     // The run-time library's error numbers, with the texts (and typos) callers know.
     switch (error) {
     case ENOENT:
-        return kyUtil::Error(6, "File or path specified by %S name not found.",
+        return kyUtil::Error(kRenameFailed, "File or path specified by %S name not found.",
                              to.name().asWChar());
     case EACCES:
-        return kyUtil::Error(6, "%s", "A component of either path prefix deniessearch permission");
+        return kyUtil::Error(kRenameFailed, "%s",
+                             "A component of either path prefix deniessearch permission");
     case EINVAL:
-        return kyUtil::Error(6, "%s",
+        return kyUtil::Error(kRenameFailed, "%s",
                              "source is a parent directory of target, or an attempt is made to "
                              "rename the .  or ..  directory.");
     default:
-        return kyUtil::Error(6, "%s", "Unkown system error.");
+        return kyUtil::Error(kRenameFailed, "%s", "Unkown system error.");
     }
 }
 
@@ -258,7 +260,17 @@ bool copyOut(const std::basic_string<Char>& s, Char* out, std::size_t size) {
 
 } // namespace
 
+using kyOS::detail::filenameFrom;
+
 extern "C" {
+
+bool kyOS_CopyFileTo(const char* from, const char* to, bool overwrite) {
+    return kyOS::fileCopy(filenameFrom(from), filenameFrom(to), overwrite).ok();
+}
+
+bool kyOS_CopyFileToW(const wchar_t* from, const wchar_t* to, bool overwrite) {
+    return kyOS::fileCopy(filenameFrom(from), filenameFrom(to), overwrite).ok();
+}
 
 bool kyOS_GetTemporaryDirectory(char* out, std::size_t size) {
     return copyOut(std::string(kyOS::getTempDirectory().name().asMultibyte()), out, size);

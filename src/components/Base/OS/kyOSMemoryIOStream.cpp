@@ -78,10 +78,10 @@ kyUtil::Error MemoryIOStream::read(void* buffer, std::size_t size, std::size_t* 
         return kyUtil::Error();
     }
     if (buffer == nullptr) {
-        return File::getError(4);
+        return File::getError(kFileErrIO);
     }
     if (position_ >= size_) {
-        return File::getError(3);
+        return File::getError(kFileErrEndOfFile);
     }
     const std::size_t got = copyOut(position_, buffer, size);
     position_ += got;
@@ -96,7 +96,7 @@ kyUtil::Error MemoryIOStream::write(const void* buffer, std::size_t size, std::s
         *count = 0;
     }
     if (buffer == nullptr && size > 0) {
-        return File::getError(4);
+        return File::getError(kFileErrIO);
     }
     const char* from = static_cast<const char*>(buffer);
     std::size_t done = 0;
@@ -123,7 +123,7 @@ kyUtil::Error MemoryIOStream::write(const void* buffer, std::size_t size, std::s
         if (count != nullptr) {
             *count = done;
         }
-        return File::getError(4);
+        return File::getError(kFileErrIO);
     }
     if (count != nullptr) {
         *count = done;

@@ -3,6 +3,7 @@
 #define KY_OS_INTERNAL_FILECALLS_H
 
 #include <Base/BaseExport.h>
+#include <Base/OS/kyOSFileTypes.h>
 
 #include <cerrno>
 #include <cstddef>
@@ -39,7 +40,7 @@ constexpr int kOpenOwnerOnly = 0x10000;
 /// `FaultHook` that every native entry consults first (one predictable branch when none is
 /// installed), and put the native table back afterwards.
 struct FileCalls {
-    /// A descriptor; `flags` are `OpenMode` bits (kyOSFile.h), optionally `kOpenOwnerOnly`.
+    /// A descriptor; `flags` are `OpenMode` bits, optionally `kOpenOwnerOnly`.
     int (*open)(const std::wstring& name, int flags, int* error);
     long long (*read)(int fd, void* buffer, std::size_t size, int* error);
     long long (*write)(int fd, const void* buffer, std::size_t size, int* error);

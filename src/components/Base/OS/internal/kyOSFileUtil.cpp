@@ -110,7 +110,7 @@ bool removeLeftover(const std::wstring& name) {
 }
 
 kyUtil::Error runtimeError(int error) {
-    return kyUtil::Error(14, toIString(fileCalls().runtimeErrorText(error)));
+    return kyUtil::Error(kFileErrSyscall, toIString(fileCalls().runtimeErrorText(error)));
 }
 
 } // namespace detail

@@ -2,7 +2,7 @@
 #include <Base/OS/internal/kyOSFileCalls.h>
 #include <Base/OS/internal/kyOSFileUtil.h>
 #include <Base/OS/internal/kyOSPath.h>
-#include <Base/OS/kyOSFile.h>
+#include <Base/OS/kyOSFileTypes.h>
 
 #include <Base/String/kyStringIString.h>
 

@@ -14,21 +14,21 @@ namespace detail {
 kyUtil::Error fileErrorFor(int error, bool writing) {
     switch (error) {
     case ENOENT:
-        return File::getError(18);
+        return File::getError(kFileErrDoesNotExist);
     case EEXIST:
-        return File::getError(2);
+        return File::getError(kFileErrExists);
     case EACCES:
     case EPERM:
     case EROFS:
-        return File::getError(writing ? 5 : 6);
+        return File::getError(writing ? kFileErrNoWritePermission : kFileErrNoReadPermission);
     case EISDIR:
-        return File::getError(11);
+        return File::getError(kFileErrNotAFile);
     case ENOTDIR:
-        return File::getError(10);
+        return File::getError(kFileErrNotADirectory);
     case ENAMETOOLONG:
-        return File::getError(12);
+        return File::getError(kFileErrPathTooLong);
     case ENOTEMPTY:
-        return File::getError(13);
+        return File::getError(kFileErrDirectoryNotEmpty);
     default:
         return runtimeError(error);
     }
@@ -104,15 +104,15 @@ private:
 
 kyUtil::Error LocalFileTransport::open(int mode) {
     if (fd_ >= 0) {
-        return File::getError(9);
+        return File::getError(kFileErrIsOpen);
     }
     const bool reading = (mode & kRead) != 0;
     const bool writing = (mode & (kWrite | kAppend)) != 0;
     if ((!reading && !writing) || name_.name().isEmpty()) {
-        return File::getError(1);
+        return File::getError(kFileErrNotImplemented);
     }
     if (tooLong()) {
-        return File::getError(12);
+        return File::getError(kFileErrPathTooLong);
     }
     // The modifiers only mean something to a writer.
     const int flags = writing ? mode : kRead;
@@ -126,7 +126,7 @@ kyUtil::Error LocalFileTransport::open(int mode) {
         int statError = 0;
         if ((error == EACCES || error == EISDIR) &&
             fileCalls().stat(name, &info, &statError) == 0 && info.isDirectory) {
-            return File::getError(11);
+            return File::getError(kFileErrNotAFile);
         }
         return fileErrorFor(error, writing);
     }
@@ -134,7 +134,7 @@ kyUtil::Error LocalFileTransport::open(int mode) {
     NativeStat info{};
     if (fileCalls().fstat(fd, &info, &error) == 0 && info.isDirectory) {
         closeQuietly(fd);
-        return File::getError(11);
+        return File::getError(kFileErrNotAFile);
     }
     fd_ = fd;
     mode_ = mode;
@@ -143,7 +143,7 @@ kyUtil::Error LocalFileTransport::open(int mode) {
 
 kyUtil::Error LocalFileTransport::openTemp(int mode) {
     if (fd_ >= 0) {
-        return File::getError(9);
+        return File::getError(kFileErrIsOpen);
     }
     kyUtil::Error e;
     // The name is free when made; another process may take it before we open: try again.
@@ -159,7 +159,7 @@ kyUtil::Error LocalFileTransport::openTemp(int mode) {
 
 kyUtil::Error LocalFileTransport::close() {
     if (fd_ < 0) {
-        return File::getError(8);
+        return File::getError(kFileErrNotOpen);
     }
     int error = 0;
     const int result = fileCalls().close(fd_, &error);
@@ -173,16 +173,16 @@ kyUtil::Error LocalFileTransport::read(void* buffer, std::size_t size, std::size
         *count = 0;
     }
     if (fd_ < 0) {
-        return File::getError(8);
+        return File::getError(kFileErrNotOpen);
     }
     if ((mode_ & kRead) == 0) {
-        return File::getError(6);
+        return File::getError(kFileErrNoReadPermission);
     }
     if (size == 0) {
         return kyUtil::Error();
     }
     if (buffer == nullptr) {
-        return File::getError(4); // nowhere to put the bytes
+        return File::getError(kFileErrIO); // nowhere to put the bytes
     }
     int error = 0;
     const long long got = readFully(fd_, buffer, size, &error);
@@ -192,7 +192,7 @@ kyUtil::Error LocalFileTransport::read(void* buffer, std::size_t size, std::size
     if (count != nullptr) {
         *count = static_cast<std::size_t>(got);
     }
-    return got == 0 ? File::getError(3) : kyUtil::Error();
+    return got == 0 ? File::getError(kFileErrEndOfFile) : kyUtil::Error();
 }
 
 kyUtil::Error LocalFileTransport::write(const void* buffer, std::size_t size, std::size_t* count) {
@@ -200,13 +200,13 @@ kyUtil::Error LocalFileTransport::write(const void* buffer, std::size_t size, st
         *count = 0;
     }
     if (fd_ < 0) {
-        return File::getError(8);
+        return File::getError(kFileErrNotOpen);
     }
     if ((mode_ & (kWrite | kAppend)) == 0) {
-        return File::getError(5);
+        return File::getError(kFileErrNoWritePermission);
     }
     if (buffer == nullptr && size > 0) {
-        return File::getError(4); // nothing to take the bytes from
+        return File::getError(kFileErrIO); // nothing to take the bytes from
     }
     int error = 0;
     if (writeAll(fd_, buffer, size, &error) != 0) {
@@ -220,7 +220,7 @@ kyUtil::Error LocalFileTransport::write(const void* buffer, std::size_t size, st
 
 kyUtil::Error LocalFileTransport::seek(std::int64_t offset, int origin) {
     if (fd_ < 0) {
-        return File::getError(8);
+        return File::getError(kFileErrNotOpen);
     }
     int error = 0;
     return fileCalls().seek(fd_, offset, origin, &error) < 0 ? runtimeError(error)
@@ -229,7 +229,7 @@ kyUtil::Error LocalFileTransport::seek(std::int64_t offset, int origin) {
 
 kyUtil::Error LocalFileTransport::tell(std::int64_t* position) {
     if (fd_ < 0) {
-        return File::getError(8);
+        return File::getError(kFileErrNotOpen);
     }
     int error = 0;
     const long long at = fileCalls().seek(fd_, 0, kSeekCurrent, &error);
@@ -244,7 +244,7 @@ kyUtil::Error LocalFileTransport::tell(std::int64_t* position) {
 
 kyUtil::Error LocalFileTransport::sync() {
     if (fd_ < 0) {
-        return File::getError(8);
+        return File::getError(kFileErrNotOpen);
     }
     int error = 0;
     return retryInterrupted([&] { return fileCalls().fsync(fd_, &error); }, &error) != 0
@@ -254,7 +254,7 @@ kyUtil::Error LocalFileTransport::sync() {
 
 kyUtil::Error LocalFileTransport::makeDirectory() {
     if (tooLong()) {
-        return File::getError(12);
+        return File::getError(kFileErrPathTooLong);
     }
     int error = 0;
     const std::wstring name = native();
@@ -266,13 +266,13 @@ kyUtil::Error LocalFileTransport::makeDirectory() {
 
 kyUtil::Error LocalFileTransport::makeDirectoryAll() {
     if (tooLong()) {
-        return File::getError(12);
+        return File::getError(kFileErrPathTooLong);
     }
     NativeStat info{};
     int error = 0;
     const std::wstring name = native();
     if (fileCalls().stat(name, &info, &error) == 0) {
-        return info.isDirectory ? kyUtil::Error() : File::getError(10);
+        return info.isDirectory ? kyUtil::Error() : File::getError(kFileErrNotADirectory);
     }
     const kyString::IString& parent = name_.dirname();
     if (!parent.isEmpty() && parent != name_.name() && parent != name_.prefix()) {
@@ -331,7 +331,7 @@ kyUtil::Error LocalFileTransport::removeTree(const std::wstring& name) {
 
 kyUtil::Error LocalFileTransport::deleteSelf(int flags) {
     if (fd_ >= 0) {
-        return File::getError(9);
+        return File::getError(kFileErrIsOpen);
     }
     FileCalls& calls = fileCalls();
     NativeStat info{};
@@ -348,18 +348,18 @@ kyUtil::Error LocalFileTransport::deleteSelf(int flags) {
 
 kyUtil::Error LocalFileTransport::copyTo(FileTransport& target) {
     if (target.transportId() != transportId()) {
-        return File::getError(1);
+        return File::getError(kFileErrNotImplemented);
     }
     if (!nameExists(native())) {
-        return File::getError(18);
+        return File::getError(kFileErrDoesNotExist);
     }
     const kyUtil::Error e = fileCopy(name_, Filename(target.getFullName()), true);
-    return e.ok() ? e : kyUtil::Error(14, *e.messageString());
+    return e.ok() ? e : kyUtil::Error(kFileErrSyscall, *e.messageString());
 }
 
 kyUtil::Error LocalFileTransport::moveTo(FileTransport& target) {
     if (target.transportId() != transportId()) {
-        return File::getError(1);
+        return File::getError(kFileErrNotImplemented);
     }
     const std::wstring from = native();
     const std::wstring to = target.getFullName().str();
@@ -372,7 +372,7 @@ kyUtil::Error LocalFileTransport::moveTo(FileTransport& target) {
     }
     // Another file system: copy, make the copy durable, then let the original go.
     const kyUtil::Error e = fileMove(name_, Filename(target.getFullName()), true);
-    return e.ok() ? e : kyUtil::Error(14, *e.messageString());
+    return e.ok() ? e : kyUtil::Error(kFileErrSyscall, *e.messageString());
 }
 
 kyUtil::Error LocalFileTransport::readDir(ky::vector<kyString::IString>& names, bool fullNames) {
@@ -385,7 +385,7 @@ kyUtil::Error LocalFileTransport::readDir(ky::vector<kyString::IString>& names, 
         return fileErrorFor(error, false);
     }
     if (!info.isDirectory) {
-        return File::getError(10);
+        return File::getError(kFileErrNotADirectory);
     }
     std::vector<std::wstring> entries;
     if (calls.listDirectory(name, entries, &error) != 0) {
@@ -405,7 +405,7 @@ kyUtil::Error LocalFileTransport::query(FileStatus& status, bool withOwner) {
         return kyUtil::Error();
     }
     if (tooLong()) {
-        return File::getError(12);
+        return File::getError(kFileErrPathTooLong);
     }
     FileCalls& calls = fileCalls();
     NativeStat info{};

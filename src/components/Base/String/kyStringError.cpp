@@ -1,7 +1,8 @@
-// kyUtilError.cpp - kyUtil::Error.
-#include <Base/Utility/kyUtilError.h>
-
+// kyStringError.cpp - kyUtil::Error's members. Declared in Utility's core, which includes no
+// String header (the message is only a forward-declared IString pointer there), and compiled
+// here, above String, because keeping and formatting the message needs IString.
 #include <Base/String/kyStringIString.h>
+#include <Base/Utility/kyUtilError.h>
 
 #include <new>
 #include <utility>
