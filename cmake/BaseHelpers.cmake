@@ -4,7 +4,7 @@
 # The areas of the library, each after the areas it uses: in the order of their first layer in
 # cmake/BaseLayers.txt (Utility at its core's place; .ci/check-rules compares the two). Each has
 # a folder under src/components/Base/ and, where it has them, under tests/, bench/ and fuzz/.
-set(BASE_AREAS Containers Utility String OS TCP IO RTB Linear Undo Plugin)
+set(BASE_AREAS Containers RTB Linear Utility String OS TCP IO Undo Plugin)
 
 # base_add_plugin(): plug-in libraries for the loader (shared with client projects).
 include("${CMAKE_CURRENT_LIST_DIR}/BasePlugin.cmake")

@@ -4,6 +4,8 @@
 
 #include <Base/String/kyStringIString.h>
 
+#include <kyTestProcess.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -25,11 +27,7 @@ inline std::string get(const std::string& path) {
 }
 
 inline bool onWindows() {
-#ifdef _WIN32
-    return true;
-#else
-    return false;
-#endif
+    return kytest::onWindows();
 }
 
 } // namespace iotest

@@ -122,4 +122,29 @@ int countOpenDescriptors() {
     return ec ? -1 : n;
 }
 
+std::string runSelf(const std::string& arguments,
+                    const std::vector<std::pair<const char*, const char*>>& environment) {
+    char self[4096];
+    const ssize_t n = ::readlink("/proc/self/exe", self, sizeof self - 1);
+    // env takes its removals before its assignments.
+    std::string removals, assignments;
+    for (const auto& var : environment) {
+        removals += std::string(" -u ") + var.first;
+        if (var.second != nullptr) {
+            assignments += std::string(" ") + var.first + "=" + var.second;
+        }
+    }
+    std::string command = "env" + removals + assignments;
+    command += " '" + std::string(self, n > 0 ? static_cast<std::size_t>(n) : 0) + "' " + arguments;
+    std::string out;
+    if (std::FILE* p = ::popen(command.c_str(), "r")) {
+        char buffer[512];
+        while (std::fgets(buffer, sizeof buffer, p) != nullptr) {
+            out += buffer;
+        }
+        ::pclose(p);
+    }
+    return out;
+}
+
 } // namespace kytest

@@ -2,7 +2,10 @@
 // stop or kill a child with: the tests that need them skip.
 #include "kyTestProcess.h"
 
+#include <cstdio>
 #include <cstdlib>
+
+#include <windows.h>
 
 namespace kytest {
 
@@ -40,6 +43,27 @@ void setEnvironment(const char* name, const char* value) {
 
 int countOpenDescriptors() {
     return -1;
+}
+
+std::string runSelf(const std::string& arguments,
+                    const std::vector<std::pair<const char*, const char*>>& environment) {
+    char self[MAX_PATH];
+    const DWORD n = ::GetModuleFileNameA(nullptr, self, sizeof self);
+    std::string command;
+    for (const auto& var : environment) {
+        // "set NAME=&&" removes the variable, as the shell has no other way in one line.
+        command += std::string("set ") + var.first + "=" + (var.second ? var.second : "") + "&& ";
+    }
+    command += "\"" + std::string(self, n) + "\" " + arguments;
+    std::string out;
+    if (std::FILE* p = ::_popen(command.c_str(), "r")) {
+        char buffer[512];
+        while (std::fgets(buffer, sizeof buffer, p) != nullptr) {
+            out += buffer;
+        }
+        ::_pclose(p);
+    }
+    return out;
 }
 
 } // namespace kytest

@@ -8,6 +8,8 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace kytest {
 
@@ -48,6 +50,11 @@ void stopSelf();
 
 /// Sets, or with a null `value` removes, an environment variable.
 void setEnvironment(const char* name, const char* value);
+/// Runs this test program again in a fresh process with `arguments` appended, each variable
+/// of `environment` set to its value or, with a null value, removed; returns what the new
+/// process printed on its standard output.
+std::string runSelf(const std::string& arguments,
+                    const std::vector<std::pair<const char*, const char*>>& environment);
 /// Open descriptors of this process, or -1 where the system does not list them.
 int countOpenDescriptors();
 
