@@ -193,4 +193,41 @@ TEST_F(Kypacket, CheckAndExitCodes) {
     EXPECT_NE(out_.find("-help"), std::string::npos) << out_;
 }
 
+TEST_F(Kypacket, ConvertCarriesDebugFilesBetweenAllFourMethods) {
+    const ioWriteMethod methods[] = {ioWriteAscii, ioWriteBinary, ioWriteAsciiDebug,
+                                     ioWriteBinaryDebug};
+    const char* const names[] = {"ascii", "binary", "ascii-debug", "binary-debug"};
+    for (int from = 2; from < 4; ++from) {
+        const std::string source = writeSample(methods[from], "from.pkt");
+        for (int to = 0; to < 4; ++to) {
+            const std::string target = path(std::string("to-") + names[to]);
+            ASSERT_EQ(run("convert \"" + source + "\" \"" + target + "\" --method " + names[to]), 0)
+                << err_;
+            // What the library itself writes for the same calls.
+            EXPECT_EQ(read(target), read(writeSample(methods[to], "direct.pkt")))
+                << names[from] << " -> " << names[to];
+        }
+    }
+}
+
+TEST_F(Kypacket, PlainBinaryGoesToTextBytesAndBackIdentical) {
+    const std::string binary = writeSample(ioWriteBinary, "plain.pkt");
+    ASSERT_EQ(run("convert \"" + binary + "\" \"" + path("plain.txt") + "\" -m ascii"), 0) << err_;
+    const std::string text = read(path("plain.txt"));
+    // The reference number stays a number; the other bytes become UChar values.
+    EXPECT_NE(text.find("{ 2 1 1 251 255 255 255 \n  [ 97 125 0 \n  < 7 0 249 255 > ] }\n"),
+              std::string::npos)
+        << text;
+    ASSERT_EQ(run("convert - - --method binary", path("plain.txt")), 0) << err_;
+    EXPECT_EQ(out_, read(binary));
+
+    // Text an application wrote in plain form carries no kinds: refused, saying why.
+    const std::string plain = writeSample(ioWriteAscii, "app.txt");
+    EXPECT_EQ(run("convert \"" + plain + "\" \"" + path("x.pkt") + "\" --method binary"), 1);
+    EXPECT_NE(err_.find("cannot be typed"), std::string::npos) << err_;
+    EXPECT_EQ(run("convert \"" + plain + "\" \"" + path("x.pkt") + "\" --method nonsense"), 64);
+    EXPECT_EQ(run("convert \"" + plain + "\" \"" + path("x.pkt") + "\""), 64);
+    EXPECT_EQ(run("convert \"" + binary + "\" \"" + path("no/such/dir/x.pkt") + "\" -m binary"), 2);
+}
+
 } // namespace

@@ -1,4 +1,5 @@
 // kypacket.cpp - inspects packet files of any packet types: dump, stats, check.
+#include "kypacketConvert.h"
 #include "kypacketParse.h"
 
 #include <Base/OS/kyOSGetOpt.h>
@@ -27,6 +28,23 @@ constexpr int kIOError = 2;
 constexpr int kUsage = 64;
 
 const char* const kMethodNames[] = {"ascii", "binary", "ascii-debug", "binary-debug"};
+
+const char kUsageText[] =
+    "usage: kypacket dump FILE | stats FILE | check FILE\n"
+    "       kypacket convert IN OUT --method ascii|binary|ascii-debug|binary-debug\n"
+    "FILE and IN may be \"-\" for standard input, OUT for standard output. Options:\n";
+
+bool writeOutput(const std::string& name, const std::string& bytes) {
+    if (name == "-") {
+        std::cout.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+        std::cout.flush();
+        return !std::cout.bad();
+    }
+    std::ofstream out(name, std::ios::binary);
+    out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    out.close();
+    return !out.fail();
+}
 
 bool readInput(const std::string& name, std::string& bytes) {
     if (name == "-") {
@@ -244,10 +262,7 @@ int usage(kyOS::GetOpt& options, const char* message) {
     if (message != nullptr && *message != 0) {
         std::fprintf(stderr, "kypacket: %s\n", message);
     }
-    std::fprintf(stderr,
-                 "usage: kypacket dump FILE | stats FILE | check FILE\n"
-                 "FILE may be \"-\" for standard input. Options:\n%s",
-                 options.getUsage().asMultibyte());
+    std::fprintf(stderr, "%s%s", kUsageText, options.getUsage().asMultibyte());
     return kUsage;
 }
 
@@ -257,6 +272,9 @@ int main(int argc, char** argv) {
     kyOS::GetOpt options;
     const int help = options.addOption("h|help", nullptr);
     options.addOptionUsage(help, L"Prints this text.");
+    const int methodOption = options.addOption("m|method", "string");
+    options.addOptionUsage(methodOption, L"The encoding convert writes: ascii, binary, "
+                                         L"ascii-debug or binary-debug.");
     // Options are picked out of the words; the rest are the command and its files.
     std::vector<const char*> optionWords;
     std::vector<std::string> words;
@@ -264,23 +282,42 @@ int main(int argc, char** argv) {
         const std::string word = argv[i];
         if (word.size() > 1 && word[0] == '-') {
             optionWords.push_back(argv[i]);
+            const auto* option = options.findOption(word.c_str() + word.find_first_not_of('-'));
+            if (option != nullptr && options.getOptionTypeList(option).length() > 0 &&
+                i + 1 < argc) {
+                optionWords.push_back(argv[++i]); // its argument
+            }
         } else {
             words.push_back(word);
         }
     }
     options.initialize(static_cast<int>(optionWords.size()), optionWords.data());
+    int method = -1;
+    bool methodGiven = false;
     while (const kyOS::GetOpt::impl::result* r = options.getOpt()) {
         if (options.getResultIndex(r) == help) {
-            std::printf("usage: kypacket dump FILE | stats FILE | check FILE\n"
-                        "FILE may be \"-\" for standard input. Options:\n%s",
-                        options.getUsage().asMultibyte());
+            std::printf("%s%s", kUsageText, options.getUsage().asMultibyte());
             return kOk;
+        }
+        if (options.getResultIndex(r) == methodOption) {
+            methodGiven = true;
+            const std::string name = options.getResultArg(r, 0).asMultibyte();
+            for (int m = 0; m < 4; ++m) {
+                method = name == kMethodNames[m] ? m : method;
+            }
         }
     }
     if (options.hasErrors()) {
         return usage(options, options.getError().asMultibyte());
     }
-    if (words.size() != 2 || (words[0] != "dump" && words[0] != "stats" && words[0] != "check")) {
+    const bool converting = !words.empty() && words[0] == "convert";
+    if (converting && (words.size() != 3 || method < 0)) {
+        return usage(options, words.size() != 3 ? "convert takes IN and OUT"
+                              : methodGiven     ? "unknown method"
+                                                : "convert needs --method");
+    }
+    if (!converting &&
+        (words.size() != 2 || (words[0] != "dump" && words[0] != "stats" && words[0] != "check"))) {
         return usage(options, words.empty() ? "no command" : "unknown command or file count");
     }
     const std::string& name = words[1];
@@ -301,6 +338,18 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s: offset %lld: %s\n", name.c_str(),
                      static_cast<long long>(problem.offset), problem.what.c_str());
         return kMalformed;
+    }
+    if (converting) {
+        std::string out;
+        std::string error;
+        if (!kypacket::convert(file, static_cast<ioWriteMethod>(method), out, error)) {
+            std::fprintf(stderr, "%s: %s\n", name.c_str(), error.c_str());
+            return kMalformed;
+        }
+        if (!writeOutput(words[2], out)) {
+            std::fprintf(stderr, "%s: offset 0: cannot be written\n", words[2].c_str());
+            return kIOError;
+        }
     }
     if (words[0] == "check") {
         std::printf("%s: ok, %zu packets, %zu types\n", name.c_str(), file.packets.size(),
