@@ -68,9 +68,20 @@ protected:
 #else
         const char* const program = "kypacket";
 #endif
-        const std::string command = std::string("\"") + program + "\" " + arguments +
-                                    (input.empty() ? "" : " < \"" + input + "\"") + " > \"" +
-                                    path("out.txt") + "\" 2> \"" + path("err.txt") + "\"";
+        std::string exe = program;
+        std::string command = "\"" + exe + "\" " + arguments +
+                              (input.empty() ? "" : " < \"" + input + "\"") + " > \"" +
+                              path("out.txt") + "\" 2> \"" + path("err.txt") + "\"";
+        const bool windows = exe.size() > 4 && exe.compare(exe.size() - 4, 4, ".exe") == 0;
+        if (windows) {
+            // A Windows program built elsewhere and run under the command interpreter: the
+            // build tree's POSIX path is reached through drive Z:, and the interpreter takes
+            // the outermost quotes off the whole line.
+            if (exe[0] == '/') {
+                command = "\"Z:" + command.substr(1);
+            }
+            command = "\"" + command + "\"";
+        }
         const int status = std::system(command.c_str());
         out_ = read(path("out.txt"));
         err_ = read(path("err.txt"));
