@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -122,10 +123,12 @@ public:
     void registerAllTypes() override { supportedType(new GNodeType()); }
 };
 
-class ReferenceGraph : public ::testing::TestWithParam<std::uint32_t> {};
+// Seed, and whether the file is written as text rather than binary.
+class ReferenceGraph : public ::testing::TestWithParam<std::tuple<std::uint32_t, bool>> {};
 
 TEST_P(ReferenceGraph, RandomGraphsComeBackIsomorphic) {
-    kytest::Random random(GetParam());
+    kytest::Random random(std::get<0>(GetParam()));
+    const bool text = std::get<1>(GetParam());
     const int count = random.range(1, 300);
     std::vector<std::unique_ptr<GNode>> nodes;
     for (int i = 0; i < count; ++i) {
@@ -153,8 +156,9 @@ TEST_P(ReferenceGraph, RandomGraphsComeBackIsomorphic) {
     out.openIOStream(&memory);
     GraphRegistry writer;
     const bool debug = random.chance(50);
-    std::unique_ptr<ioWriteContext> w(
-        ioWriteContextAlloc(out, debug ? ioWriteBinaryDebug : ioWriteBinary, &writer));
+    const ioWriteMethod method = text ? (debug ? ioWriteAsciiDebug : ioWriteAscii)
+                                      : (debug ? ioWriteBinaryDebug : ioWriteBinary);
+    std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, method, &writer));
     w->startFile();
     std::map<const GNode*, int> numbers;
     for (GNode* n : order) {
@@ -206,7 +210,9 @@ TEST_P(ReferenceGraph, RandomGraphsComeBackIsomorphic) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, ReferenceGraph, ::testing::Range<std::uint32_t>(1, 25));
+INSTANTIATE_TEST_SUITE_P(Seeds, ReferenceGraph,
+                         ::testing::Combine(::testing::Range<std::uint32_t>(1, 25),
+                                            ::testing::Bool()));
 
 TEST(ReferenceGraph, UnresolvedAndUnreferencedAreReported) {
     // Node 1 refers to number 9, which no packet defines; nothing refers to node 1.

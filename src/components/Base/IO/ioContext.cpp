@@ -2,6 +2,7 @@
 #include <Base/IO/ioContext.h>
 
 #include <Base/IO/internal/ioPacketFileBuffer.h>
+#include <Base/IO/ioAsciiContext.h>
 #include <Base/IO/ioBinaryContext.h>
 #include <Base/IO/ioBufferedStream.h>
 #include <Base/IO/ioPacketRegistry.h>
@@ -598,8 +599,13 @@ ioReadContext* ioReadContextAlloc(ioBufferedStreamInput& stream, ioPacketRegistr
     case ioReadBinarySwappedDebug:
         context = new ioReadContextDebug<ioReadContextBinarySwapped>(method, stream);
         break;
+    case ioReadAscii:
+        context = new ioReadContextAscii(method, stream);
+        break;
+    case ioReadAsciiDebug:
+        context = new ioReadContextDebug<ioReadContextAscii>(method, stream);
+        break;
     default:
-        // The text encoding brings its own readers; until then its files are not read here.
         return nullptr;
     }
     if (registry != nullptr) {
@@ -618,9 +624,14 @@ ioWriteContext* ioWriteContextAlloc(ioBufferedStreamOutput& stream, ioWriteMetho
     case ioWriteBinaryDebug:
         context = new ioWriteContextDebug<ioWriteContextBinary, ioWriteBinaryDebug>(stream);
         break;
+    case ioWriteAscii:
+        context = new ioWriteContextAscii(stream);
+        break;
+    case ioWriteAsciiDebug:
+        context = new ioWriteContextDebug<ioWriteContextAscii, ioWriteAsciiDebug>(stream);
+        break;
     default:
-        // The text methods (0 and 2) come with the text encoding; unknown methods have none.
-        return nullptr;
+        return nullptr; // an unknown method
     }
     if (registry != nullptr) {
         context->associateRegistry(registry);

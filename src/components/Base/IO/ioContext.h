@@ -338,13 +338,13 @@ private:
     void defineReference(int number, void* address, bool alias);
 };
 
-/// The reader the stream's header calls for, with `registry` associated; null when the
-/// header does not read or names an encoding this build lacks (the text encoding comes with
-/// its own context later: its methods give null here). The caller owns the result.
+/// The reader the stream's header calls for (binary in either byte order, text, or their
+/// debug forms), with `registry` associated; null when the header does not read or names an
+/// unknown method. The caller owns the result.
 KY_BASE_API ioReadContext* ioReadContextAlloc(ioBufferedStreamInput& stream,
                                               ioPacketRegistry* registry);
-/// The writer of `method` (binary and binary debug; null for the text methods for now and
-/// for unknown methods). The caller owns the result.
+/// The writer of `method` (text, binary, or their debug forms; null for unknown methods).
+/// The caller owns the result.
 KY_BASE_API ioWriteContext* ioWriteContextAlloc(ioBufferedStreamOutput& stream,
                                                 ioWriteMethod method, ioPacketRegistry* registry);
 

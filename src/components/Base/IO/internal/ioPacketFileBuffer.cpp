@@ -75,3 +75,45 @@ void ioPacketFileBinaryBuffer::popLevel() {
         --depth;
     }
 }
+
+ioPacketFileAsciiBuffer::ioPacketFileAsciiBuffer()
+    : data(static_cast<std::size_t>(kInitialSize)), capacity(kInitialSize), size(kInitialSize) {}
+
+ioPacketFileAsciiBuffer::~ioPacketFileAsciiBuffer() = default;
+
+namespace {
+constexpr std::int64_t kAsciiLimit = 0x40000000;
+}
+
+bool ioPacketFileAsciiBuffer::reserve(std::int64_t count) {
+    const std::int64_t need = static_cast<std::int64_t>(position) + count;
+    if (need <= size) {
+        return true; // an append that ends exactly at the size does not grow it
+    }
+    if (need > kAsciiLimit) {
+        return false;
+    }
+    std::int64_t grown = size;
+    while (grown < need) {
+        grown *= 2;
+    }
+    size = static_cast<std::int32_t>(grown);
+    if (size > capacity) {
+        data.resize(static_cast<std::size_t>(size)); // keeps the old contents
+        capacity = size;
+    }
+    return true;
+}
+
+bool ioPacketFileAsciiBuffer::collect(char c) {
+    if (position >= capacity) {
+        if (static_cast<std::int64_t>(capacity) * 2 > kAsciiLimit) {
+            return false;
+        }
+        capacity *= 2;
+        size = capacity;
+        data.resize(static_cast<std::size_t>(capacity));
+    }
+    data[static_cast<std::size_t>(position++)] = c;
+    return true;
+}

@@ -57,4 +57,29 @@ public:
     int depth = 0;             ///< records in use
 };
 
+/// The text encoding's state: the packet's text, written or collected whole. `size` is the
+/// logical size that doubles as the text grows and `capacity` the storage behind it; when
+/// reading, `end` is the index of the packet's last character and the text ends in a zero byte.
+class ioPacketFileAsciiBuffer : public ioPacketFileBuffer {
+public:
+    ioPacketFileAsciiBuffer();
+    ~ioPacketFileAsciiBuffer() override;
+
+    /// Room for `count` more characters at `position` (writing); false beyond 2 GiB.
+    bool reserve(std::int64_t count);
+    /// Stores one collected character at `position` (reading), doubling the storage when it
+    /// would not fit; false beyond 2 GiB.
+    bool collect(char c);
+
+    static constexpr std::int32_t kInitialSize = 50000;
+    std::vector<char> data;
+    std::int32_t capacity = 0;
+    std::int32_t position = 0;
+    std::int32_t end = -1;
+    std::int32_t size = 0;
+    std::int32_t chunkHasData = 0;
+    /// Per sub-packet level: whether its start was found, so that leaving it scans to its end.
+    std::vector<unsigned char> entered;
+};
+
 #endif // KY_IO_INTERNAL_PACKETFILEBUFFER_H
