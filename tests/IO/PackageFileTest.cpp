@@ -295,6 +295,40 @@ TEST_F(PackageFileTest, ErrorCodesAndMessages) {
     EXPECT_EQ(e.code(), 5); // the "directory" is a file
 }
 
+// Names in a file are not trusted: expanding never writes outside the target directory.
+TEST_F(PackageFileTest, ExpandKeepsHostileNamesInsideTheTarget) {
+    const struct {
+        std::string stored, planted, lands; // lands: "" when refused with code 12
+    } cases[] = {
+        {"zz/x", "../x", "x"},          {"abcd", "C:\\x", "x"}, {"etcetx", "/etc/x", "etc/x"},
+        {"a/../../x", "a/../../x", ""}, {"q/rr", "q/..", ""},
+    };
+    for (const auto& c : cases) {
+        std::filesystem::remove_all(path("t"));
+        ioPackageFile p;
+        ASSERT_EQ(p.open(name(path("h.kpf"))).code(), 0);
+        ASSERT_EQ(p.addEntry(src("s", "data"), name(c.stored), false).code(), 0);
+        ASSERT_EQ(p.update().code(), 0);
+        p.close();
+        std::string bytes = get(path("h.kpf"));
+        bytes.replace(bytes.rfind(c.stored), c.stored.size(), c.planted);
+        put(path("h.kpf"), bytes);
+        ioPackageFile q;
+        ASSERT_EQ(q.open(name(path("h.kpf"))).code(), 0);
+        ASSERT_NE(q.getEntry(name(c.planted)), nullptr) << c.planted;
+        EXPECT_EQ(q.expand(name(path("t/out"))).code(), c.lands.empty() ? 12 : 0) << c.planted;
+        if (!c.lands.empty()) {
+            EXPECT_EQ(get(path("t/out/" + c.lands)), "data");
+        }
+        std::size_t outside = 0;
+        for (const auto& e : std::filesystem::recursive_directory_iterator(path("t"))) {
+            const std::string rel = e.path().lexically_relative(path("t")).generic_string();
+            outside += rel.rfind("out", 0) == 0 ? 0 : 1;
+        }
+        EXPECT_EQ(outside, 0u) << c.planted;
+    }
+}
+
 TEST_F(PackageFileTest, ReadOnlyPackageRefusesEdits) {
     ioPackageFile p;
     ASSERT_EQ(p.open(pkg()).code(), 0);
