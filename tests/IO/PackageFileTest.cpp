@@ -9,7 +9,9 @@
 
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
+#include <tuple>
 
 namespace {
 
@@ -327,6 +329,59 @@ TEST_F(PackageFileTest, ExpandKeepsHostileNamesInsideTheTarget) {
         }
         EXPECT_EQ(outside, 0u) << c.planted;
     }
+}
+
+// 64-bit offsets and sizes: a sparse package whose data area holds a 3 GiB block, with its
+// directory written through the package registry exactly as the package writes one.
+TEST_F(PackageFileTest, EntriesBeyondTwoGigabytes) {
+    const std::int64_t big = std::int64_t(3) << 30;
+    const std::int64_t tail = kData + big;
+    const std::int64_t dirAt = tail + 5;
+    put(path("s.kpf"), header(dirAt));
+    std::error_code ec;
+    std::filesystem::resize_file(path("s.kpf"), static_cast<std::uintmax_t>(tail), ec);
+    if (ec) {
+        GTEST_SKIP() << "no sparse file of 3 GiB here: " << ec.message();
+    }
+    {
+        ioBufferedStreamOutput out;
+        out.truncateOnOpen(false);
+        out.openFile(name(path("s.kpf")));
+        ASSERT_TRUE(out.seek(tail));
+        out.writeData("hello", 5);
+        ioPackageIO::PackageRegistry registry(false);
+        std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, ioWriteBinary, &registry));
+        w->startFile();
+        const std::tuple<const char*, std::int64_t, std::int64_t> blocks[] = {
+            {"pad", kData, big}, {"tail", tail, 5}, {".", dirAt, 0}};
+        for (const auto& b : blocks) {
+            w->startPacket("package.entry", nullptr);
+            w->writeCString(std::get<0>(b));
+            w->writeInt64(std::get<1>(b));
+            w->writeInt64(std::get<2>(b));
+            w->writeInt64(7);
+            w->writeBool(false);
+            w->endPacket();
+        }
+        w->endFile();
+        out.close();
+        ASSERT_TRUE(w->good() && out.good());
+    }
+    ioPackageFile p;
+    ASSERT_EQ(p.open(name(path("s.kpf"))).code(), 0);
+    ASSERT_EQ(p.getEntry(IString(L"pad"))->getSize(), big);
+    EXPECT_EQ(p.getEntry(IString(L"tail"))->getOffset(), tail);
+    EXPECT_EQ(extract(p, IString(L"tail")), "hello");
+    // Freeing the big block and adding into it splits it at a 64-bit boundary.
+    ASSERT_EQ(p.deleteEntry(IString(L"pad")).code(), 0);
+    ASSERT_EQ(p.addEntry(src("n", "new"), name("new"), false).code(), 0);
+    EXPECT_EQ(p.getEntry(IString(L"new"))->getOffset(), kData);
+    ASSERT_EQ(p.update().code(), 0);
+    ioPackageFile q;
+    ASSERT_EQ(q.open(name(path("s.kpf"))).code(), 0);
+    EXPECT_EQ(extract(q, IString(L"tail")), "hello");
+    EXPECT_EQ(extract(q, IString(L"new")), "new");
+    EXPECT_EQ(q.getEntry(IString(L"tail"))->getTimeStamp(), 7);
 }
 
 TEST_F(PackageFileTest, ReadOnlyPackageRefusesEdits) {
