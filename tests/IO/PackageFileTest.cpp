@@ -423,6 +423,14 @@ TEST_F(PackageFileTest, CompactionReplacesTheTargetWhole) {
         files += entry.path().filename().string().find("p.kpf") == 0 ? 1 : 0;
     }
     EXPECT_EQ(files, 1u); // no temporary copy left beside it
+    // To another name: the old file stays as it was; a failed write changes nothing.
+    const std::string before = get(path("p.kpf"));
+    EXPECT_EQ(p.write(name(path("no/such/dir/c.kpf"))).code(), 2); // cannot create it
+    EXPECT_EQ(p.getPackageFileName(), pkg());
+    ASSERT_EQ(p.write(name(path("c.kpf"))).code(), 0);
+    EXPECT_EQ(p.getPackageFileName(), name(path("c.kpf")));
+    EXPECT_EQ(get(path("p.kpf")), before);
+    EXPECT_EQ(get(path("c.kpf")), before);
 }
 
 // Random adds (plain, compressed, new, replacing), deletes, updates and compactions, checked
