@@ -585,8 +585,6 @@ void ioPackageFile::joinEntries(int index) {
 void ioPackageFile::freeEntry(int index) {
     const auto i = static_cast<std::size_t>(index);
     entries_[i].name_.clear();
-    entries_[i].timeStamp_ = 0;
-    entries_[i].compressed_ = false;
     ++freeCount_;
     if (i + 1 < entries_.size() && entries_[i + 1].name_.isEmpty()) {
         joinEntries(index);
