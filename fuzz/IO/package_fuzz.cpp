@@ -21,17 +21,26 @@ void fail(const char* what, const std::string& detail) {
     std::abort();
 }
 
-// root/package.kpf and root/out/ are all that may exist under root afterwards.
-const fs::path& scratchRoot() {
-    static const fs::path root = [] {
+// root/a/b/package.kpf and root/a/b/out/ are all that may exist under root afterwards. The
+// root goes when the process ends.
+struct Scratch {
+    fs::path root;
+    Scratch() {
         std::error_code ec;
-        fs::path base = fs::temp_directory_path(ec);
-        fs::path r = base / ("kyfuzz-package-" + std::to_string(std::rand()) + "-" +
-                             std::to_string(reinterpret_cast<std::uintptr_t>(&ec) & 0xFFFFF));
-        fs::create_directories(r, ec);
-        return r;
-    }();
-    return root;
+        root = fs::temp_directory_path(ec) /
+               ("kyfuzz-package-" + std::to_string(std::rand()) + "-" +
+                std::to_string(reinterpret_cast<std::uintptr_t>(this) & 0xFFFFF));
+        fs::create_directories(root, ec);
+    }
+    ~Scratch() {
+        std::error_code ec;
+        fs::remove_all(root, ec);
+    }
+};
+
+const fs::path& scratchRoot() {
+    static const Scratch scratch;
+    return scratch.root;
 }
 
 kyString::IString wide(const fs::path& p) {
