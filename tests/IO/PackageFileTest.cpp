@@ -133,6 +133,16 @@ TEST_F(PackageFileTest, CompressionOnlyWhenSmaller) {
     EXPECT_LT(p.getEntry(IString(L"zeds"))->getSize(), 20000);
     EXPECT_EQ(extract(p, IString(L"zeds")), plain);
     EXPECT_EQ(extract(p, IString(L"noise")), noise);
+    // A damaged compressed entry fails its checksum on extraction.
+    ASSERT_EQ(p.update().code(), 0);
+    p.close();
+    std::string bytes = get(path("p.kpf"));
+    const std::int64_t at = p.getEntry(IString(L"zeds"))->getOffset() + 40;
+    bytes[static_cast<std::size_t>(at)] ^= 0x5A;
+    put(path("p.kpf"), bytes);
+    kyUtil::Error e = p.extractEntry(p.getEntry(IString(L"zeds")), name(path("bad.bin")));
+    EXPECT_EQ(e.code(), 9);
+    EXPECT_EQ(text(e), "Error reading package file entry: zeds");
 }
 
 TEST_F(PackageFileTest, BlocksAreReusedFirstFitAndFreedNeighboursMerge) {
