@@ -82,6 +82,7 @@ int main() {
     showcaseTCP();
     showcaseIO();
     showcasePackets();
+    showcasePackages();
     showcaseSignals();
     showcaseUndo();
     showcaseLinear();

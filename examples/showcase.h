@@ -13,6 +13,7 @@ void showcaseFiles();
 void showcaseGetOpt();
 void showcaseIO();
 void showcasePackets();
+void showcasePackages();
 void showcaseSignals();
 void showcaseTCP();
 void showcaseUndo();

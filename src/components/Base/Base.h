@@ -73,10 +73,12 @@
 #include <Base/IO/ioCipher.h>
 #include <Base/IO/ioHeader.h>
 #include <Base/IO/ioTypes.h>
-// IO: packet files (contexts, references, types, registries, the binary encoding)
+// IO: packet files (contexts, references, types, registries, the binary encoding) and
+// package files
 #include <Base/IO/ioBinaryContext.h>
 #include <Base/IO/ioContext.h>
 #include <Base/IO/ioLinear.h>
+#include <Base/IO/ioPackageFile.h>
 #include <Base/IO/ioPacketRegistry.h>
 #include <Base/IO/ioPacketType.h>
 #include <Base/IO/ioReferenceMap.h>

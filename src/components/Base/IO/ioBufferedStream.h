@@ -9,6 +9,7 @@
 #include <cstdint>
 
 class ioBuffer;
+class ioPackageFileEntry;
 
 namespace kyOS {
 class IOStream;
@@ -108,8 +109,10 @@ public:
     /// `size` bytes of the file from `offset` on. A range beyond the file's end keeps the
     /// stream open with status 2; other failures leave it closed.
     void openFileSlice(const kyString::IString& path, std::int64_t offset, std::int64_t size);
-    // Package-file entries are opened with openPackageFileEntry(const ioPackageFileEntry*),
-    // which comes with the package files and opens the entry's range with openFileSlice.
+    /// The stored bytes of a package-file entry (`openFileSlice` on its range): status 6 for
+    /// null, 1 for an entry without a package name. Compressed entries need `compress(true)`
+    /// and `checksum(true)` on top to read their contents.
+    void openPackageFileEntry(const ioPackageFileEntry* entry);
 
     /// The next byte; 0 when the data ended or the status is bad.
     char readChar();

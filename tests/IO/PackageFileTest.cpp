@@ -1,0 +1,513 @@
+// PackageFileTest.cpp - package files on real files: the layout byte for byte, block reuse,
+// names, header variants, error codes, and a random edit sequence checked against a model.
+#include "IOTestSupport.h"
+
+#include <Base/IO/ioPackageFile.h>
+
+#include <gtest/gtest.h>
+#include <kyTestSupport.h>
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+#include <tuple>
+
+namespace {
+
+using iotest::get;
+using iotest::name;
+using iotest::put;
+using kyString::IString;
+
+constexpr std::int64_t kData = 85;
+
+class PackageFileTest : public kytest::TempDirTest {
+protected:
+    IString pkg() const { return name(path("p.kpf")); }
+    // A source file named `leaf` holding `bytes`.
+    IString src(const std::string& leaf, const std::string& bytes) {
+        put(path(leaf), bytes);
+        return name(path(leaf));
+    }
+    std::string extract(ioPackageFile& p, const IString& entry) {
+        EXPECT_EQ(p.extractEntry(p.getEntry(entry), name(path("out.bin"))).code(), 0);
+        return get(path("out.bin"));
+    }
+    static std::string pointerField(std::int64_t v) {
+        std::string s = std::to_string(v);
+        return s + std::string(23 - s.size(), ' ') + "\n";
+    }
+    std::string header(std::int64_t pointer) const {
+        return std::string("\x8F") + "KestrovaPortablePackageFile\neliFegakcaPelbatroPavortseK\n" +
+               "1\n@\n" + pointerField(pointer);
+    }
+};
+
+std::string text(const kyUtil::Error& e) {
+    return e.hasMessage() ? e.message() : "";
+}
+std::string pattern(std::size_t n, unsigned seed) {
+    std::string s(n, '\0');
+    for (std::size_t i = 0; i < n; ++i) {
+        s[i] = static_cast<char>((i * 7 + seed * 13 + (i >> 5)) & 0xFF);
+    }
+    return s;
+}
+
+TEST_F(PackageFileTest, FreshPackageWithoutUpdateKeepsMinusOneAndIsRejected) {
+    ioPackageFile p;
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    EXPECT_EQ(p.update().code(), 0); // not modified: nothing written
+    p.close();
+    EXPECT_EQ(get(path("p.kpf")), header(-1));
+    EXPECT_FALSE(ioPackageFile::isFilePackageFile(pkg()));
+    ioPackageFile again;
+    kyUtil::Error e = again.open(pkg());
+    EXPECT_EQ(e.code(), 17);
+    EXPECT_EQ(text(e), "The file is not a package file: " + path("p.kpf"));
+    EXPECT_TRUE(again.getPackageFileName().isEmpty());
+}
+
+TEST_F(PackageFileTest, LayoutDirectoryAndRoundTrip) {
+    ioPackageFile p;
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    ASSERT_EQ(p.addEntry(src("a", "hello"), name("dir\\a.txt"), false).code(), 0);
+    ASSERT_EQ(p.addEntry(src("b", ""), name("b"), true).code(), 0);
+    ASSERT_EQ(p.update().code(), 0);
+    p.close();
+    const std::string bytes = get(path("p.kpf"));
+    EXPECT_EQ(bytes.substr(0, 85), header(kData + 5));
+    EXPECT_EQ(bytes.substr(85, 5), "hello");
+    EXPECT_NE(bytes.find("package.entry"), std::string::npos);
+    EXPECT_TRUE(ioPackageFile::isFilePackageFile(pkg()));
+
+    ioPackageFile q;
+    ASSERT_EQ(q.open(pkg()).code(), 0);
+    ASSERT_EQ(q.size(), 2);
+    const ioPackageFileEntry* a = q.getEntry(IString(L"dir/a.txt"));
+    ASSERT_NE(a, nullptr);
+    EXPECT_EQ(a->getOffset(), kData);
+    EXPECT_EQ(a->getSize(), 5);
+    EXPECT_EQ(a->getPackageName(), pkg());
+    const ioPackageFileEntry* b = q.getEntry(IString(L"b"));
+    ASSERT_NE(b, nullptr); // a 0-byte file asked to compress is stored plain, size 0
+    EXPECT_FALSE(b->getCompressed());
+    EXPECT_EQ(b->getSize(), 0);
+    EXPECT_EQ(q.getEntry(2)->getName(), IString(L".")); // last index: the directory record
+    EXPECT_EQ(q.getEntry(3), nullptr);
+    EXPECT_EQ(q.getEntry(-1), nullptr);
+    EXPECT_EQ(extract(q, IString(L"dir/a.txt")), "hello");
+    EXPECT_EQ(extract(q, IString(L"b")), "");
+    EXPECT_EQ(q.extractEntry(nullptr, name(path("none/x"))).code(), 0);
+    EXPECT_FALSE(std::filesystem::exists(path("none")));
+    ASSERT_EQ(q.expand(name(path("tree"))).code(), 0);
+    EXPECT_EQ(get(path("tree/dir/a.txt")), "hello");
+
+    ioBufferedStreamInput in;
+    in.openPackageFileEntry(a);
+    char got[8] = {};
+    EXPECT_EQ(in.readData(got, 8), 5);
+    EXPECT_EQ(std::string(got), "hello");
+    in.openPackageFileEntry(nullptr);
+    EXPECT_EQ(in.getStatus(), ioStreamError);
+    ioPackageFileEntry loose;
+    in.openPackageFileEntry(&loose);
+    EXPECT_EQ(in.getStatus(), ioStreamOpenFailed);
+}
+
+TEST_F(PackageFileTest, CompressionOnlyWhenSmaller) {
+    std::string noise(3000, '\0');
+    kytest::Random rng(7);
+    for (char& c : noise) {
+        c = static_cast<char>(rng.range(0, 255));
+    }
+    const std::string plain(20000, 'z');
+    ioPackageFile p;
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    ASSERT_EQ(p.addEntry(src("n", noise), name("noise"), true).code(), 0);
+    ASSERT_EQ(p.addEntry(src("z", plain), name("zeds"), true).code(), 0);
+    EXPECT_FALSE(p.getEntry(IString(L"noise"))->getCompressed());
+    EXPECT_EQ(p.getEntry(IString(L"noise"))->getSize(), 3000);
+    EXPECT_TRUE(p.getEntry(IString(L"zeds"))->getCompressed());
+    EXPECT_LT(p.getEntry(IString(L"zeds"))->getSize(), 20000);
+    EXPECT_EQ(extract(p, IString(L"zeds")), plain);
+    EXPECT_EQ(extract(p, IString(L"noise")), noise);
+    // A damaged compressed entry fails its checksum on extraction.
+    ASSERT_EQ(p.update().code(), 0);
+    p.close();
+    std::string bytes = get(path("p.kpf"));
+    const std::int64_t at = p.getEntry(IString(L"zeds"))->getOffset() + 40;
+    bytes[static_cast<std::size_t>(at)] ^= 0x5A;
+    put(path("p.kpf"), bytes);
+    kyUtil::Error e = p.extractEntry(p.getEntry(IString(L"zeds")), name(path("bad.bin")));
+    EXPECT_EQ(e.code(), 9);
+    EXPECT_EQ(text(e), "Error reading package file entry: zeds");
+}
+
+TEST_F(PackageFileTest, BlocksAreReusedFirstFitAndFreedNeighboursMerge) {
+    ioPackageFile p;
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    for (const char* n : {"a", "b", "c", "d"}) {
+        ASSERT_EQ(p.addEntry(src(n, std::string(100, n[0])), name(n), false).code(), 0);
+    }
+    // A smaller replacement reuses the old block; the rest stays free after it.
+    ASSERT_EQ(p.addEntry(src("b2", std::string(60, 'B')), name("b"), false).code(), 0);
+    EXPECT_EQ(p.getEntry(IString(L"b"))->getOffset(), kData + 100);
+    EXPECT_EQ(p.getEntry(2), nullptr); // the 40-byte remainder
+    // A larger one goes to the end.
+    ASSERT_EQ(p.addEntry(src("a2", std::string(150, 'A')), name("a"), false).code(), 0);
+    EXPECT_EQ(p.getEntry(IString(L"a"))->getOffset(), kData + 400);
+    // Freeing c (between the 40-byte hole and d) merges the holes, then b joins them.
+    ASSERT_EQ(p.deleteEntry(IString(L"c")).code(), 0);
+    ASSERT_EQ(p.deleteEntry(IString(L"b")).code(), 0);
+    EXPECT_EQ(p.getEntry(0), nullptr);
+    const ioPackageFileEntry* d = p.getEntry(1);
+    ASSERT_NE(d, nullptr);
+    EXPECT_EQ(d->getName(), IString(L"d")); // one free block [85, 385) before it
+    // A 250-byte entry fits the first hole.
+    ASSERT_EQ(p.addEntry(src("e", std::string(250, 'e')), name("e"), false).code(), 0);
+    EXPECT_EQ(p.getEntry(IString(L"e"))->getOffset(), kData);
+    ASSERT_EQ(p.update().code(), 0);
+    ioPackageFile q;
+    ASSERT_EQ(q.open(pkg()).code(), 0);
+    EXPECT_EQ(extract(q, IString(L"e")), std::string(250, 'e'));
+    EXPECT_EQ(extract(q, IString(L"a")), std::string(150, 'A'));
+}
+
+TEST_F(PackageFileTest, AdditionsOverwriteTheOldDirectoryUntilUpdate) {
+    ioPackageFile p;
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    ASSERT_EQ(p.addEntry(src("a", "first"), name("a"), false).code(), 0);
+    ASSERT_EQ(p.update().code(), 0);
+    const std::string before = get(path("p.kpf"));
+    ASSERT_EQ(p.addEntry(src("b", std::string(64, 'x')), name("b"), false).code(), 0);
+    p.close();
+    const std::string after = get(path("p.kpf"));
+    EXPECT_EQ(after.substr(61, 24), pointerField(kData + 5)); // still the old position
+    EXPECT_EQ(after.substr(kData + 5, 64), std::string(64, 'x'));
+    EXPECT_NE(before.substr(kData + 5, 64), after.substr(kData + 5, 64));
+}
+
+TEST_F(PackageFileTest, NameCleanupAndRefusedNames) {
+    const std::pair<const wchar_t*, const wchar_t*> cases[] = {
+        {L"C:\\a\\b.txt", L"a/b.txt"},
+        {L"/a/b.txt", L"a/b.txt"},
+        {L"./a/b.txt", L"a/b.txt"},
+        {L"../a/b.txt", L"a/b.txt"},
+        {L"./", L"./"},
+        {L"../", L"../"},
+        {L"//./../x", L"x"},
+        {L"a/../b", L"a/../b"},
+        {L"", L""},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(ioPackageFile::cleanupName(IString(c.first)), IString(c.second))
+            << IString(c.first).asMultibyte();
+    }
+    ioPackageFile p;
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    const IString file = src("s", "x");
+    kyUtil::Error e = p.addEntry(file, IString(L"CON"), false);
+    EXPECT_EQ(e.code(), 11);
+    EXPECT_EQ(text(e),
+              "File is using a windows reserved device name.  Please choose another name: CON");
+    e = p.addEntry(file, IString(L"a/."), false);
+    EXPECT_EQ(e.code(), 12);
+    EXPECT_EQ(text(e), "File is using a name which is not allowed: a/.");
+    EXPECT_EQ(p.addEntry(file, IString(L"a/.."), false).code(), 0); // ".." is not refused
+}
+
+TEST_F(PackageFileTest, HeaderVariants) {
+    const std::string dirFile = [&] {
+        ioPackageFile p;
+        EXPECT_EQ(p.open(pkg()).code(), 0);
+        EXPECT_EQ(p.addEntry(src("a", "abc"), name("a"), false).code(), 0);
+        EXPECT_EQ(p.update().code(), 0);
+        p.close();
+        return get(path("p.kpf"));
+    }();
+    const std::string body = dirFile.substr(85);
+    struct Case {
+        std::string head;
+        std::int64_t extra; // pointer minus data start
+        int code;
+    } cases[] = {
+        {header(0).substr(0, 61), 3, 0},
+        {"." + header(0).substr(1, 60), 3, 0},
+        {header(0).substr(0, 59) + "future: 1\n@\n", 3, 0},
+        {header(0).substr(0, 57) + "2\n@\n", 3, 17},
+        {"X" + header(0).substr(1, 60), 3, 17},
+    };
+    for (const Case& c : cases) {
+        const std::int64_t start = static_cast<std::int64_t>(c.head.size()) + 24;
+        put(path("v.kpf"), c.head + pointerField(start + c.extra) + body);
+        EXPECT_EQ(ioPackageFile::isFilePackageFile(name(path("v.kpf"))), c.code == 0) << c.head;
+        ioPackageFile v;
+        kyUtil::Error e = v.open(name(path("v.kpf")));
+        if (c.head.size() == 61) { // the directory's offsets fit this header length
+            EXPECT_EQ(e.code(), c.code) << c.head;
+            EXPECT_EQ(v.size(), c.code == 0 ? 1 : 0);
+        }
+    }
+    // A pointer equal to the file size is accepted; one byte more is not.
+    const std::string tail = header(0).substr(0, 61);
+    put(path("e.kpf"), tail + pointerField(85 + 4));
+    std::string f = get(path("e.kpf")) + "abcd";
+    put(path("e.kpf"), f);
+    EXPECT_TRUE(ioPackageFile::isFilePackageFile(name(path("e.kpf"))));
+    put(path("e.kpf"), tail + pointerField(85 + 5) + "abcd");
+    EXPECT_FALSE(ioPackageFile::isFilePackageFile(name(path("e.kpf"))));
+    // Garbage where the directory should be resets the package completely.
+    put(path("g.kpf"), tail + pointerField(85) + "garbage");
+    ioPackageFile g;
+    kyUtil::Error e = g.open(name(path("g.kpf")));
+    EXPECT_EQ(e.code(), 17);
+    EXPECT_EQ(text(e), "Error reading directory: " + path("g.kpf"));
+    EXPECT_EQ(g.size(), 0);
+    EXPECT_NE(g.getEntry(0), nullptr);
+}
+
+TEST_F(PackageFileTest, ErrorCodesAndMessages) {
+    ioPackageFile none;
+    EXPECT_EQ(none.update().code(), 3);
+    EXPECT_EQ(text(none.update()), "The package file has not been opened yet.");
+    EXPECT_EQ(none.addEntry(IString(L"x"), IString(L"x"), false).code(), 3);
+    EXPECT_EQ(none.deleteEntry(IString(L"x")).code(), 3);
+    EXPECT_EQ(none.write(name(path("w.kpf"))).code(), 3);
+    kyUtil::Error e = none.open(name(path("missing/dir/p.kpf")));
+    EXPECT_EQ(e.code(), 2);
+    EXPECT_EQ(text(e), "Can not create file: " + path("missing/dir/p.kpf"));
+
+    ioPackageFile p;
+    ioPackageFile other;
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    ASSERT_EQ(other.open(name(path("o.kpf"))).code(), 0);
+    ASSERT_EQ(other.addEntry(src("s", "source"), name("s"), true).code(), 0);
+    e = p.addEntry(name(path("nope")), IString(L"n"), false);
+    EXPECT_EQ(e.code(), 6);
+    EXPECT_EQ(text(e), "File does not exist: " + path("nope") + "\n");
+    e = p.deleteEntry(IString(L"n"));
+    EXPECT_EQ(e.code(), 13);
+    EXPECT_EQ(text(e), "Can not delete named entry as it does not exist: n");
+    EXPECT_EQ(text(p.addEntry(nullptr, IString(L"n"))), "The given package file entry is NULL.");
+    const ioPackageFileEntry* s = other.getEntry(IString(L"s"));
+    EXPECT_EQ(text(p.addEntry(s, IString(L""))), "The name can not be empty.");
+    ASSERT_EQ(p.addEntry(s, IString(L"copy")).code(), 0);
+    e = p.addEntry(s, IString(L"copy"));
+    EXPECT_EQ(e.code(), 14);
+    EXPECT_EQ(text(e), "The entry is already present in the package: copy");
+    e = p.addEntry(p.getEntry(IString(L"copy")), IString(L"again"));
+    EXPECT_EQ(e.code(), 15);
+    EXPECT_EQ(text(e), "The source entry can not be in the package.");
+    EXPECT_EQ(extract(p, IString(L"copy")), "source");
+    EXPECT_TRUE(p.getEntry(IString(L"copy"))->getCompressed() ==
+                s->getCompressed()); // stored bytes copied as they are
+    e = p.extractEntry(p.getEntry(IString(L"copy")), name(path("p.kpf") + "/sub/x"));
+    EXPECT_EQ(e.code(), 5); // the "directory" is a file
+}
+
+// Names in a file are not trusted: expanding never writes outside the target directory.
+TEST_F(PackageFileTest, ExpandKeepsHostileNamesInsideTheTarget) {
+    const struct {
+        std::string stored, planted, lands; // lands: "" when refused with code 12
+    } cases[] = {
+        {"zz/x", "../x", "x"},          {"abcd", "C:\\x", "x"}, {"etcetx", "/etc/x", "etc/x"},
+        {"a/../../x", "a/../../x", ""}, {"q/rr", "q/..", ""},
+    };
+    for (const auto& c : cases) {
+        std::filesystem::remove_all(path("t"));
+        ioPackageFile p;
+        ASSERT_EQ(p.open(name(path("h.kpf"))).code(), 0);
+        ASSERT_EQ(p.addEntry(src("s", "data"), name(c.stored), false).code(), 0);
+        ASSERT_EQ(p.update().code(), 0);
+        p.close();
+        std::string bytes = get(path("h.kpf"));
+        bytes.replace(bytes.rfind(c.stored), c.stored.size(), c.planted);
+        put(path("h.kpf"), bytes);
+        ioPackageFile q;
+        ASSERT_EQ(q.open(name(path("h.kpf"))).code(), 0);
+        ASSERT_NE(q.getEntry(name(c.planted)), nullptr) << c.planted;
+        EXPECT_EQ(q.expand(name(path("t/out"))).code(), c.lands.empty() ? 12 : 0) << c.planted;
+        if (!c.lands.empty()) {
+            EXPECT_EQ(get(path("t/out/" + c.lands)), "data");
+        }
+        std::size_t outside = 0;
+        for (const auto& e : std::filesystem::recursive_directory_iterator(path("t"))) {
+            const std::string rel = e.path().lexically_relative(path("t")).generic_string();
+            outside += rel.rfind("out", 0) == 0 ? 0 : 1;
+        }
+        EXPECT_EQ(outside, 0u) << c.planted;
+    }
+}
+
+// 64-bit offsets and sizes: a sparse package whose data area holds a 3 GiB block, with its
+// directory written through the package registry exactly as the package writes one.
+TEST_F(PackageFileTest, EntriesBeyondTwoGigabytes) {
+    const std::int64_t big = std::int64_t(3) << 30;
+    const std::int64_t tail = kData + big;
+    const std::int64_t dirAt = tail + 5;
+    put(path("s.kpf"), header(dirAt));
+    std::error_code ec;
+    std::filesystem::resize_file(path("s.kpf"), static_cast<std::uintmax_t>(tail), ec);
+    if (ec) {
+        GTEST_SKIP() << "no sparse file of 3 GiB here: " << ec.message();
+    }
+    {
+        ioBufferedStreamOutput out;
+        out.truncateOnOpen(false);
+        out.openFile(name(path("s.kpf")));
+        ASSERT_TRUE(out.seek(tail));
+        out.writeData("hello", 5);
+        ioPackageIO::PackageRegistry registry(false);
+        std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, ioWriteBinary, &registry));
+        w->startFile();
+        const std::tuple<const char*, std::int64_t, std::int64_t> blocks[] = {
+            {"pad", kData, big}, {"tail", tail, 5}, {".", dirAt, 0}};
+        for (const auto& b : blocks) {
+            w->startPacket("package.entry", nullptr);
+            w->writeCString(std::get<0>(b));
+            w->writeInt64(std::get<1>(b));
+            w->writeInt64(std::get<2>(b));
+            w->writeInt64(7);
+            w->writeBool(false);
+            w->endPacket();
+        }
+        w->endFile();
+        out.close();
+        ASSERT_TRUE(w->good() && out.good());
+    }
+    ioPackageFile p;
+    ASSERT_EQ(p.open(name(path("s.kpf"))).code(), 0);
+    ASSERT_EQ(p.getEntry(IString(L"pad"))->getSize(), big);
+    EXPECT_EQ(p.getEntry(IString(L"tail"))->getOffset(), tail);
+    EXPECT_EQ(extract(p, IString(L"tail")), "hello");
+    // Freeing the big block and adding into it splits it at a 64-bit boundary.
+    ASSERT_EQ(p.deleteEntry(IString(L"pad")).code(), 0);
+    ASSERT_EQ(p.addEntry(src("n", "new"), name("new"), false).code(), 0);
+    EXPECT_EQ(p.getEntry(IString(L"new"))->getOffset(), kData);
+    ASSERT_EQ(p.update().code(), 0);
+    ioPackageFile q;
+    ASSERT_EQ(q.open(name(path("s.kpf"))).code(), 0);
+    EXPECT_EQ(extract(q, IString(L"tail")), "hello");
+    EXPECT_EQ(extract(q, IString(L"new")), "new");
+    EXPECT_EQ(q.getEntry(IString(L"tail"))->getTimeStamp(), 7);
+}
+
+TEST_F(PackageFileTest, ReadOnlyPackageRefusesEdits) {
+    ioPackageFile p;
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    ASSERT_EQ(p.addEntry(src("a", "a"), name("a"), false).code(), 0);
+    ASSERT_EQ(p.update().code(), 0);
+    p.close();
+    std::filesystem::permissions(path("p.kpf"), std::filesystem::perms::owner_read);
+    ioPackageFile r;
+    ASSERT_EQ(r.open(pkg()).code(), 0);
+    if (r.addEntry(src("b", "b"), name("b"), false).code() == 0) {
+        GTEST_SKIP() << "the file system lets this user write read-only files";
+    }
+    kyUtil::Error e = r.addEntry(src("b", "b"), name("b"), false);
+    EXPECT_EQ(text(e), "This package file can not be modified as it is not writable.");
+    EXPECT_EQ(text(r.deleteEntry(IString(L"a"))), e.message());
+    EXPECT_EQ(text(r.update()), "The package file is not writable.");
+}
+
+TEST_F(PackageFileTest, CompactionReplacesTheTargetWhole) {
+    ioPackageFile p;
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    for (const char* n : {"c", "a", "b"}) {
+        ASSERT_EQ(p.addEntry(src(n, std::string(50, n[0])), name(n), false).code(), 0);
+    }
+    ASSERT_EQ(p.deleteEntry(IString(L"a")).code(), 0);
+    ASSERT_EQ(p.write(pkg()).code(), 0); // compacting onto itself
+    EXPECT_EQ(p.getPackageFileName(), pkg());
+    EXPECT_EQ(p.getEntry(IString(L"b"))->getOffset(), kData); // name order, no gaps
+    EXPECT_EQ(p.getEntry(IString(L"c"))->getOffset(), kData + 50);
+    EXPECT_EQ(p.getEntry(IString(L"c"))->getPackage(), &p);
+    ioPackageFile q;
+    ASSERT_EQ(q.open(pkg()).code(), 0);
+    EXPECT_EQ(q.size(), 2);
+    EXPECT_EQ(extract(q, IString(L"c")), std::string(50, 'c'));
+    std::size_t files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(dir())) {
+        files += entry.path().filename().string().find("p.kpf") == 0 ? 1 : 0;
+    }
+    EXPECT_EQ(files, 1u); // no temporary copy left beside it
+    // To another name: the old file stays as it was; a failed write changes nothing.
+    const std::string before = get(path("p.kpf"));
+    EXPECT_EQ(p.write(name(path("no/such/dir/c.kpf"))).code(), 2); // cannot create it
+    EXPECT_EQ(p.getPackageFileName(), pkg());
+    ASSERT_EQ(p.write(name(path("c.kpf"))).code(), 0);
+    EXPECT_EQ(p.getPackageFileName(), name(path("c.kpf")));
+    EXPECT_EQ(get(path("p.kpf")), before);
+    EXPECT_EQ(get(path("c.kpf")), before);
+}
+
+// Random adds (plain, compressed, new, replacing), deletes, updates and compactions, checked
+// after every step against a name -> bytes model and by reopening the file from disk.
+TEST_F(PackageFileTest, RandomSequenceMatchesModel) {
+    kytest::Random rng(2026);
+    std::map<std::string, std::string> model;
+    ioPackageFile p;
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    model["seed"] = "s";
+    ASSERT_EQ(p.addEntry(src("in", "s"), name("seed"), false).code(), 0);
+    auto checkTiling = [&](const ioPackageFile& pk) {
+        // Named blocks are contiguous; between two of them lies at most one free block.
+        std::int64_t end = kData;
+        int i = 0;
+        for (;; ++i) {
+            const ioPackageFileEntry* e = pk.getEntry(i);
+            if (e == nullptr) {
+                const ioPackageFileEntry* next = pk.getEntry(i + 1);
+                ASSERT_NE(next, nullptr) << "two free blocks side by side at " << i;
+                ASSERT_GT(next->getOffset(), end);
+                continue;
+            }
+            ASSERT_GE(e->getOffset(), end);
+            if (i > 0 && pk.getEntry(i - 1) != nullptr) {
+                ASSERT_EQ(e->getOffset(), end);
+            }
+            end = e->getOffset() + e->getSize();
+            if (e->getName() == IString(L".")) {
+                break;
+            }
+        }
+        for (const auto& named : pk.getDirectory()) {
+            ASSERT_NE(pk.getEntry(named.second), nullptr);
+            ASSERT_EQ(pk.getEntry(named.second)->getName(), named.first);
+        }
+    };
+    for (int step = 0; step < 120; ++step) {
+        const std::string key = "e" + std::to_string(rng.range(0, 9));
+        const int op = rng.range(0, 9);
+        if (op < 6) {
+            const std::size_t n = static_cast<std::size_t>(rng.range(0, 9000));
+            const std::string bytes =
+                rng.chance(50) ? pattern(n, static_cast<unsigned>(step)) : std::string(n, 'q');
+            ASSERT_EQ(p.addEntry(src("in", bytes), name(key), rng.chance(50)).code(), 0);
+            model[key] = bytes;
+        } else if (op < 8) {
+            EXPECT_EQ(p.deleteEntry(name(key)).code(), model.erase(key) ? 0 : 13);
+        } else if (op < 9) {
+            ASSERT_EQ(p.update().code(), 0);
+        } else {
+            ASSERT_EQ(p.write(pkg()).code(), 0);
+        }
+        checkTiling(p);
+        ASSERT_EQ(p.size(), static_cast<int>(model.size()));
+        for (const auto& m : model) {
+            ASSERT_EQ(extract(p, name(m.first)), m.second) << "step " << step;
+        }
+        ASSERT_EQ(p.update().code(), 0);
+        ioPackageFile disk;
+        ASSERT_EQ(disk.open(pkg()).code(), 0) << "step " << step;
+        checkTiling(disk);
+        ASSERT_EQ(disk.size(), static_cast<int>(model.size()));
+        for (const auto& m : model) {
+            ASSERT_EQ(extract(disk, name(m.first)), m.second);
+        }
+    }
+}
+
+} // namespace
