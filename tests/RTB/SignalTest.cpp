@@ -105,7 +105,9 @@ TEST(SignalTest, LookupsByInstanceAndFunction) {
     Receiver x;
     Receiver y;
     Connection* cx = s.connect(&x, &Receiver::onInt);
-    s.connect(&y, &Receiver::onInt);
+    Connection* cy = s.connect(&y, &Receiver::onInt);
+    using YMember = kyRTB::FunctionArgMember<int, Receiver>;
+    EXPECT_EQ(static_cast<YMember*>(cy->callback())->instance(), &y);
     connectProbe(s, [&](int) { s.disconnectInstance(&x); }); // during emission
     s.connect(&x, &Receiver::onInt);                         // newest: called before the probe
     EXPECT_NE(s.findInstance(&x), cx);                       // the newest one
@@ -118,10 +120,13 @@ TEST(SignalTest, LookupsByInstanceAndFunction) {
     gGlobalCalls = 0;
     Signal<> v;
     Connection* first = v.connect(&globalPing);
+    auto* bound = static_cast<kyRTB::FunctionVoidGlobal*>(first->callback());
+    EXPECT_EQ(bound->function(), &globalPing);
+    (*bound)(); // as a signal calls it
     Connection* second = v.connect(&globalPing);
     v.connect(&globalOther);
     v();
-    EXPECT_EQ(gGlobalCalls, 102);
+    EXPECT_EQ(gGlobalCalls, 103);
     EXPECT_EQ(v.find(&globalPing), second); // the newest one
     v.disconnect(&globalPing);
     EXPECT_EQ(v.find(&globalPing), first);
@@ -133,7 +138,7 @@ TEST(SignalTest, LookupsByInstanceAndFunction) {
     Connection* add = s.connect(&globalAdd);
     s.emit(4);
     (*static_cast<FunctionArg<int>*>(add->callback()))(5); // as a signal calls it
-    EXPECT_EQ(gGlobalCalls, 111);
+    EXPECT_EQ(gGlobalCalls, 112);
     EXPECT_EQ(s.find(&globalAdd), add);
 
     gSelfRemovingSignal = &v;
@@ -184,7 +189,9 @@ TEST(SignalTest, TiedConnectionsGoWithEitherEnd) {
     {
         Signal<> v;
         v.connect(&y, &Receiver::onPing, y.tracker);
-        v.connect(&y, &Receiver::onPing, y.tracker);
+        Connection* tied = v.connect(&y, &Receiver::onPing, y.tracker);
+        using YPing = kyRTB::FunctionVoidMember<Receiver>;
+        EXPECT_EQ(static_cast<YPing*>(tied->callback())->instance(), &y);
         v.emit();
         EXPECT_EQ(y.tracker.numConnections(), 2);
         // Tying to the signal itself gives a plain connection.
