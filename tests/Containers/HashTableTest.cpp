@@ -3,7 +3,7 @@
 #include <Base/Containers/kyHashMap.h>
 #include <Base/Containers/kyHashSet.h>
 
-#include <kyTestSupport.h>
+#include <kyContainerTestSupport.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -39,13 +39,7 @@ std::vector<K> keysInOrder(const ky::hash_map<K, V, SameHash>& h) {
     return out;
 }
 
-class HashTableTest : public ::testing::Test {
-protected:
-    void SetUp() override { Counted::live = 0; }
-    void TearDown() override {
-        EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice";
-    }
-};
+using HashTableTest = kytest::ContainerTest;
 
 TEST_F(HashTableTest, BucketCountsFollowThePrimeTable) {
     ky::hash_map<int, int> h;

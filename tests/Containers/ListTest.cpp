@@ -1,7 +1,7 @@
 // ListTest.cpp - ky::list against std::list, splicing, sorting and element lifetimes.
 #include <Base/Containers/kyList.h>
 
-#include <kyTestSupport.h>
+#include <kyContainerTestSupport.h>
 
 #include <algorithm>
 #include <iterator>
@@ -44,13 +44,7 @@ typename L::iterator nth(L& l, int n) {
     return it;
 }
 
-class ListTest : public ::testing::Test {
-protected:
-    void SetUp() override { Counted::live = 0; }
-    void TearDown() override {
-        EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice";
-    }
-};
+using ListTest = kytest::ContainerTest;
 
 TEST_F(ListTest, EmptyListIsItsOwnRing) {
     ky::list<Counted> l;

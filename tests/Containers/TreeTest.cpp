@@ -3,7 +3,7 @@
 #include <Base/Containers/kyMap.h>
 #include <Base/Containers/kySet.h>
 
-#include <kyTestSupport.h>
+#include <kyContainerTestSupport.h>
 
 #include <algorithm>
 #include <iterator>
@@ -84,13 +84,7 @@ void expectSameMap(const Mine& mine, const Reference& reference) {
     Inspector<Mine>::validate(mine);
 }
 
-class TreeTest : public ::testing::Test {
-protected:
-    void SetUp() override { Counted::live = 0; }
-    void TearDown() override {
-        EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice";
-    }
-};
+using TreeTest = kytest::ContainerTest;
 
 template <class Mine, class Reference>
 void runMapDifferential(std::uint32_t seed, int steps, int keyRange) {

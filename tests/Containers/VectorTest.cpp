@@ -2,7 +2,7 @@
 #include <Base/Containers/kyList.h>
 #include <Base/Containers/kyVector.h>
 
-#include <kyTestSupport.h>
+#include <kyContainerTestSupport.h>
 
 #include <algorithm>
 #include <list>
@@ -31,13 +31,7 @@ void expectSame(const ky::vector<T>& mine, const std::vector<T>& reference) {
     }
 }
 
-class VectorTest : public ::testing::Test {
-protected:
-    void SetUp() override { Counted::live = 0; }
-    void TearDown() override {
-        EXPECT_EQ(Counted::live, 0) << "elements leaked or destroyed twice";
-    }
-};
+using VectorTest = kytest::ContainerTest;
 
 TEST_F(VectorTest, GrowsByEightBelowThirtyTwoThenDoubles) {
     ky::vector<int> v;

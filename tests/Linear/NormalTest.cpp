@@ -17,17 +17,6 @@ TEST(LinearNormal, DefaultIsInvalidZero) {
     EXPECT_EQ(n.asVector(), Vector(0, 0, 0));
 }
 
-TEST(LinearNormal, ConstructionAlwaysNormalises) {
-    const Normal a(0, 3, 4);
-    EXPECT_TRUE(a.isValid());
-    EXPECT_DOUBLE_EQ(a.x(), 0);
-    EXPECT_DOUBLE_EQ(a.y(), 0.6);
-    EXPECT_DOUBLE_EQ(a.z(), 0.8);
-    const Normal b(Vector(-2, 0, 0));
-    EXPECT_EQ(b.asVector(), Vector(-1, 0, 0));
-    EXPECT_EQ(b[0], -1);
-}
-
 TEST(LinearNormal, InvariantHoldsForRandomInputs) {
     Random rnd(21);
     for (int i = 0; i < 10000; ++i) {

@@ -56,15 +56,6 @@ TEST(LinearProjMatrix, InverseTimesMatrixIsIdentity) {
     EXPECT_LE(maxDiff(p.inverse() * p, ProjMatrix(), 4, 4), 1e-14);
 }
 
-TEST(LinearProjMatrix, FloatInverse) {
-    Random rnd(52);
-    for (int i = 0; i < 2000; ++i) {
-        const ProjMatrixFlt m(rnd.projective(0.1));
-        ASSERT_TRUE(m.isInvertible());
-        EXPECT_LE(maxDiff(m.inverse() * m, ProjMatrixFlt(), 4, 4), 5e-4);
-    }
-}
-
 TEST(LinearProjMatrix, DoubleAndFloatInversionsAgree) {
     // Doubles take the two-lane block route where the compiler has vector extensions, floats
     // the scalar cofactors: the two must give the same inverse.

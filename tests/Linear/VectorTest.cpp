@@ -71,17 +71,6 @@ TEST(LinearVector, FloatAndDoubleConvert) {
     EXPECT_EQ(Vector2(Vector2Flt(3, 4)), Vector2(3, 4));
 }
 
-TEST(LinearVector, LengthAndNormalize) {
-    Vector v(3, 4, 12);
-    EXPECT_DOUBLE_EQ(v.length(), 13.0);
-    EXPECT_DOUBLE_EQ(v.length2(), 169.0);
-    EXPECT_TRUE(v.normalize());
-    EXPECT_TRUE(near3(v, Vector(3.0 / 13, 4.0 / 13, 12.0 / 13), 1e-15));
-    const Normal n = Vector(0, 0, -5).normalized();
-    EXPECT_TRUE(n.isValid());
-    EXPECT_EQ(n.asVector(), Vector(0, 0, -1));
-}
-
 TEST(LinearVector, NormalizingZeroOrTinyGivesZeroAndFalse) {
     Vector zero;
     EXPECT_FALSE(zero.normalize());

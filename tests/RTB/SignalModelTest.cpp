@@ -69,6 +69,35 @@ std::string callName(int id, int depth) {
     return std::to_string(id) + "@" + std::to_string(depth);
 }
 
+// Runs the scripted step of connection `id` on either side; `emit` re-enters the emission.
+template <class Side, class Emit>
+void perform(Side& side, std::size_t live, const Step& step, int id, const Emit& emit) {
+    switch (step.action) {
+    case kNothing:
+        break;
+    case kDisconnectSelf:
+        side.disconnect(id);
+        break;
+    case kDisconnectOther:
+        side.disconnect(side.idByRank(step.pick));
+        break;
+    case kConnectNew:
+        if (live < kMaxLive) {
+            side.connect();
+        }
+        break;
+    case kBlock:
+        side.block(side.idByRank(step.pick));
+        break;
+    case kUnblock:
+        side.unblock(side.idByRank(step.pick));
+        break;
+    case kEmit:
+        emit();
+        break;
+    }
+}
+
 // The real side: a signal whose callbacks run the script.
 class RealSide {
 public:
@@ -109,31 +138,8 @@ public:
 
     void called(int id, int depth) {
         calls.push_back(callName(id, depth));
-        const Step step = stepFor(seed_, emission_, id, depth);
-        switch (step.action) {
-        case kNothing:
-            break;
-        case kDisconnectSelf:
-            disconnect(id);
-            break;
-        case kDisconnectOther:
-            disconnect(idByRank(step.pick));
-            break;
-        case kConnectNew:
-            if (live_.size() < kMaxLive) {
-                connect();
-            }
-            break;
-        case kBlock:
-            block(idByRank(step.pick));
-            break;
-        case kUnblock:
-            unblock(idByRank(step.pick));
-            break;
-        case kEmit:
-            signal_.emit(depth + 1);
-            break;
-        }
+        perform(*this, live_.size(), stepFor(seed_, emission_, id, depth), id,
+                [&] { signal_.emit(depth + 1); });
     }
 
     std::vector<std::string> calls;
@@ -208,31 +214,8 @@ private:
                 continue;
             }
             calls.push_back(callName(id, depth));
-            const Step step = stepFor(seed_, emission_, id, depth);
-            switch (step.action) {
-            case kNothing:
-                break;
-            case kDisconnectSelf:
-                disconnect(id);
-                break;
-            case kDisconnectOther:
-                disconnect(idByRank(step.pick));
-                break;
-            case kConnectNew:
-                if (items_.size() < kMaxLive) {
-                    connect();
-                }
-                break;
-            case kBlock:
-                block(idByRank(step.pick));
-                break;
-            case kUnblock:
-                unblock(idByRank(step.pick));
-                break;
-            case kEmit:
-                walk(depth + 1);
-                break;
-            }
+            perform(*this, items_.size(), stepFor(seed_, emission_, id, depth), id,
+                    [&] { walk(depth + 1); });
         }
     }
     std::vector<Item>::iterator findItem(int id) {

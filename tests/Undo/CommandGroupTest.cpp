@@ -107,14 +107,6 @@ TEST(CommandTest, FailureInvalidatesForGood) {
     EXPECT_EQ(u.doCalls, 1);
 }
 
-TEST(CommandTest, CommitDoesNothingByDefault) {
-    Record r;
-    TestCommand c(&r);
-    c.commit();
-    EXPECT_EQ(c.stateBits(), 16);
-    EXPECT_EQ(r.doCalls + r.undoCalls, 0);
-}
-
 class GroupTest : public ::testing::Test {
 protected:
     void SetUp() override { manager_.reset(kyUndo::newManager()); }
@@ -243,16 +235,6 @@ TEST_F(GroupTest, FlagsAndPointers) {
     EXPECT_TRUE(g->isValid());
     g->pointerDestroyed(&a);
     EXPECT_FALSE(g->isValid());
-}
-
-TEST_F(GroupTest, EmptyGroup) {
-    Group* g = manager_->newGroup("empty", false);
-    EXPECT_EQ(g->getNumCommands(), 0);
-    EXPECT_EQ(g->getNumBytesUsed(), 0);
-    EXPECT_TRUE(g->doIt());
-    EXPECT_TRUE(g->undoIt());
-    g->beforeChange(); // the standard hook does nothing
-    EXPECT_EQ(g->stateBits(), 16 | 1 | 2 | 8);
 }
 
 } // namespace

@@ -48,63 +48,42 @@ public:
 
 } // namespace
 
-TEST(Error, DefaultIsSuccessWithoutMessage) {
-    Error e;
-    EXPECT_EQ(e.code(), 0);
-    EXPECT_TRUE(e.ok());
-    EXPECT_FALSE(e.failed());
-    EXPECT_FALSE(e.hasMessage());
-    EXPECT_EQ(e.messageString(), nullptr);
-    EXPECT_STREQ(e.message(), "");
+TEST(Error, FormatsBuildTheMessage) {
+    Error none;
+    EXPECT_TRUE(none.ok());
+    EXPECT_FALSE(none.failed() || none.hasMessage());
+    EXPECT_EQ(none.messageString(), nullptr);
+    EXPECT_STREQ(none.message(), "");
+
+    Error narrow(2, "cannot open '%s' (%d)", "a.txt", 7);
+    EXPECT_TRUE(narrow.failed());
+    EXPECT_EQ(narrow.messageString()->str(), std::wstring(L"cannot open 'a.txt' (7)"));
+    const struct {
+        Error error;
+        int code;
+        const char* message;
+    } rows[] = {
+        {Error(4, L"%S and %s, %c%C", L"wide", "narrow", 'x', L'y'), 4, "wide and narrow, xy"},
+        {Error(4, "%S/%s/%C", L"w", "n", L'c'), 4, "w/n/c"},
+        {makeWithVaList(9, "%s-%d", "x", 3), 9, "x-3"},
+        {makeWideWithVaList(8, L"%s-%d", "y", 4), 8, "y-4"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(row.error.code(), row.code);
+        EXPECT_STREQ(row.error.message(), row.message);
+    }
 }
 
-TEST(Error, NarrowFormatBuildsTheMessage) {
-    Error e(2, "cannot open '%s' (%d)", "a.txt", 7);
-    EXPECT_EQ(e.code(), 2);
-    EXPECT_TRUE(e.failed());
-    ASSERT_TRUE(e.hasMessage());
-    EXPECT_STREQ(e.message(), "cannot open 'a.txt' (7)");
-    EXPECT_EQ(e.messageString()->str(), std::wstring(L"cannot open 'a.txt' (7)"));
-}
-
-TEST(Error, WideFormatBuildsTheMessage) {
-    Error e(4, L"%S and %s, %c%C", L"wide", "narrow", 'x', L'y');
-    EXPECT_STREQ(e.message(), "wide and narrow, xy");
-}
-
-TEST(Error, NarrowFormatTakesWideArgumentsWithCapitalS) {
-    Error e(4, "%S/%s/%C", L"w", "n", L'c');
-    EXPECT_STREQ(e.message(), "w/n/c");
-}
-
-TEST(Error, VaListConstructors) {
-    Error narrow = makeWithVaList(9, "%s-%d", "x", 3);
-    EXPECT_EQ(narrow.code(), 9);
-    EXPECT_STREQ(narrow.message(), "x-3");
-    Error wide = makeWideWithVaList(8, L"%s-%d", "y", 4);
-    EXPECT_EQ(wide.code(), 8);
-    EXPECT_STREQ(wide.message(), "y-4");
-}
-
-TEST(Error, EmptyOrNullFormatStoresNoMessage) {
-    Error empty(3, "");
-    Error null(3, static_cast<const char*>(nullptr));
-    Error wideEmpty(3, L"");
-    Error wideNull(3, static_cast<const wchar_t*>(nullptr));
-    EXPECT_FALSE(empty.hasMessage());
-    EXPECT_FALSE(null.hasMessage());
-    EXPECT_FALSE(wideEmpty.hasMessage());
-    EXPECT_FALSE(wideNull.hasMessage());
-    EXPECT_EQ(empty, null);
-    EXPECT_EQ(wideEmpty, wideNull);
-    EXPECT_EQ(empty, wideNull);
-    EXPECT_STREQ(empty.message(), "");
-}
-
-TEST(Error, FormatThatYieldsNothingStoresNoMessage) {
-    Error e(3, "%s", "");
-    EXPECT_FALSE(e.hasMessage());
-    EXPECT_EQ(e.code(), 3);
+TEST(Error, EmptyNullOrEmptyResultStoresNoMessage) {
+    const Error errors[] = {Error(3, ""), Error(3, static_cast<const char*>(nullptr)),
+                            Error(3, L""), Error(3, static_cast<const wchar_t*>(nullptr)),
+                            Error(3, "%s", "")};
+    for (const Error& e : errors) {
+        EXPECT_FALSE(e.hasMessage());
+        EXPECT_EQ(e.code(), 3);
+        EXPECT_EQ(e, errors[0]);
+        EXPECT_STREQ(e.message(), "");
+    }
 }
 
 TEST(Error, MessagePresentOnOneSideOnlyMakesThemUnequal) {
@@ -130,46 +109,32 @@ TEST(Error, IStringMessageIsCopiedAsGiven) {
     EXPECT_STREQ(e.message(), "100% sure"); // a copy
 }
 
-TEST(Error, CopyIsDeep) {
+TEST(Error, CopyIsDeepSwapAndMoveTransfer) {
     Error a(1, "first");
     Error b(a);
     EXPECT_EQ(a, b);
-    ASSERT_NE(a.messageString(), b.messageString());
+    EXPECT_NE(a.messageString(), b.messageString());
     Error c;
     c = a;
-    EXPECT_EQ(c, a);
     EXPECT_NE(c.messageString(), a.messageString());
     c = c; // self-assignment keeps the message
     EXPECT_STREQ(c.message(), "first");
-    Error none(2, "");
+    const Error none(2, "");
     c = none;
     EXPECT_FALSE(c.hasMessage());
-    EXPECT_EQ(c.code(), 2);
-}
 
-TEST(Error, SwapExchangesCodeAndMessage) {
-    Error a(1, "one");
-    Error b(2, "");
     const kyString::IString* message = a.messageString();
-    a.swap(b);
+    a.swap(c);
     EXPECT_EQ(a.code(), 2);
     EXPECT_FALSE(a.hasMessage());
-    EXPECT_EQ(b.code(), 1);
-    EXPECT_EQ(b.messageString(), message);
-    swap(a, b);
-    EXPECT_EQ(a.code(), 1);
-    EXPECT_STREQ(a.message(), "one");
-}
+    EXPECT_EQ(c.messageString(), message);
+    swap(a, c);
+    EXPECT_STREQ(a.message(), "first");
 
-TEST(Error, MoveTransfersTheMessage) {
-    Error a(1, "moved");
-    const kyString::IString* message = a.messageString();
-    Error b(std::move(a));
-    EXPECT_EQ(b.messageString(), message);
-    EXPECT_STREQ(b.message(), "moved");
-    Error c;
-    c = std::move(b);
-    EXPECT_STREQ(c.message(), "moved");
+    Error moved(std::move(a));
+    EXPECT_EQ(moved.messageString(), message);
+    c = std::move(moved);
+    EXPECT_EQ(c.messageString(), message);
     EXPECT_EQ(c.code(), 1);
 }
 
