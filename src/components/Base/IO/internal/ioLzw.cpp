@@ -25,10 +25,6 @@ inline std::uint64_t countedIn(std::uint64_t taken) {
     return (taken + 8191) & ~std::uint64_t{8191};
 }
 
-inline int maxCodeFor(int bits) {
-    return bits >= kLzwMaxBits ? kLzwTableSize : (1 << bits) - 1;
-}
-
 } // namespace
 
 LzwEncoder::LzwEncoder()
@@ -46,7 +42,7 @@ void LzwEncoder::start(std::vector<unsigned char>& out) {
     started_ = true;
     prefix_ = -1;
     bits_ = kLzwMinBits;
-    maxCode_ = maxCodeFor(bits_);
+    maxCode_ = lzwMaxCodeFor(bits_);
     acc_ = 0;
     accBits_ = 0;
     groupBits_ = 0;
@@ -101,7 +97,7 @@ void LzwEncoder::checkRatio(unsigned char*& out) {
     padGroup(out);
     clearTable();
     bits_ = kLzwMinBits;
-    maxCode_ = maxCodeFor(bits_);
+    maxCode_ = lzwMaxCodeFor(bits_);
 }
 
 void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<unsigned char>& out) {
@@ -139,7 +135,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
             if (free_ > maxCode_) {
                 padGroup(o);
                 ++bits_;
-                maxCode_ = maxCodeFor(bits_);
+                maxCode_ = lzwMaxCodeFor(bits_);
             }
             prefix = data[i];
             if (free_ < kLzwTableSize) {
@@ -174,7 +170,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
         if (free_ > maxCode_) {
             padGroup(o);
             ++bits_;
-            maxCode_ = maxCodeFor(bits_);
+            maxCode_ = lzwMaxCodeFor(bits_);
         }
         prefix = data[i];
         if (free_ < kLzwTableSize) {
@@ -202,7 +198,7 @@ void LzwEncoder::end(std::vector<unsigned char>& out) {
         if (free_ > maxCode_) {
             padGroup(o);
             ++bits_;
-            maxCode_ = maxCodeFor(bits_);
+            maxCode_ = lzwMaxCodeFor(bits_);
         }
     }
     putCode(kLzwEnd, o);
@@ -217,8 +213,31 @@ void LzwEncoder::end(std::vector<unsigned char>& out) {
     prefix_ = -1;
 }
 
-LzwDecoder::LzwDecoder() : prefix_(kLzwTableSize), suffix_(kLzwTableSize), length_(kLzwTableSize) {
+namespace {
+
+// The history holds the output of one table's life up to the point where the table is full;
+// that is a few MiB for ordinary data. Beyond this, entries fall back to their prefix chain.
+constexpr std::size_t kHistoryLimit = std::size_t{8} << 20;
+} // namespace
+
+LzwDecoder::LzwDecoder()
+    : entries_(kLzwTableSize), prefix_(kLzwTableSize), suffix_(kLzwTableSize),
+      history_(std::size_t{1} << 16) {
+    for (int i = 0; i < 256; ++i) {
+        entries_[static_cast<std::size_t>(i)] = Entry{static_cast<std::uint32_t>(i), 1};
+        history_[static_cast<std::size_t>(i)] = static_cast<unsigned char>(i);
+    }
     reset();
+}
+
+void LzwDecoder::newTable() {
+    free_ = kLzwFirst;
+    bits_ = kLzwMinBits;
+    maxCode_ = lzwMaxCodeFor(bits_);
+    previous_ = -1;
+    historyEnd_ = 256;
+    building_ = true;
+    groupCodes_ = 0;
 }
 
 void LzwDecoder::reset() {
@@ -227,100 +246,142 @@ void LzwDecoder::reset() {
     state_ = kHeader;
     headerGot_ = 0;
     skip_ = 0;
-    free_ = kLzwFirst;
-    bits_ = kLzwMinBits;
-    maxCode_ = maxCodeFor(bits_);
-    previous_ = -1;
     acc_ = 0;
     accBits_ = 0;
-    groupBits_ = 0;
+    newTable();
 }
 
-bool LzwDecoder::expand(unsigned char*& out, unsigned char* outEnd) {
-    const int code = code_;
+bool LzwDecoder::roomInHistory(std::size_t length) {
+    const std::size_t needed = historyEnd_ + length + kSlack;
+    if (needed <= history_.size()) {
+        return true;
+    }
+    if (needed > kHistoryLimit) {
+        return false;
+    }
+    history_.resize(std::min(kHistoryLimit, std::max(needed, history_.size() * 2)));
+    return true;
+}
+
+void LzwDecoder::produce(int code, unsigned char* target, std::size_t length) const {
+    const Entry* const entries = entries_.data();
+    std::size_t at = length;
+    int walk = code;
+    while (entries[walk].at == kNowhere) {
+        target[--at] = suffix_[static_cast<std::size_t>(walk)];
+        walk = prefix_[static_cast<std::size_t>(walk)];
+    }
+    std::memcpy(target, history_.data() + entries[walk].at, at);
+}
+
+LzwDecoder::Step LzwDecoder::step(int code, unsigned char*& out, unsigned char* outEnd) {
     if (code == kLzwClear) {
         // Padding to the end of the group, in the old width; then a new table.
-        const std::uint64_t group = static_cast<std::uint64_t>(bits_) * 8;
-        const int padBits = static_cast<int>((group - groupBits_ % group) % group);
-        skip_ = (padBits - accBits_) / 8;
-        acc_ = 0;
-        accBits_ = 0;
-        groupBits_ = 0;
-        state_ = kSkip;
-        free_ = kLzwFirst;
-        bits_ = kLzwMinBits;
-        maxCode_ = maxCodeFor(bits_);
-        previous_ = -1;
-        return true;
+        pad_ = static_cast<int>((8 - groupCodes_ % 8) % 8) * bits_;
+        newTable();
+        return kStepPad;
     }
     if (previous_ < 0) {
         if (code > 255) {
-            return false; // a section's first code, and the first after CLEAR, are literals
+            return kStepError; // a section's first code, and the first after CLEAR, are literals
         }
         *out++ = static_cast<unsigned char>(code);
         previous_ = code;
-        firstOfPrevious_ = static_cast<unsigned char>(code);
-    } else {
-        if (code > free_ || (code == free_ && free_ >= kLzwTableSize)) {
-            return false;
+        // The history is never full this early: it starts with room for more than a string.
+        previousAt_ = static_cast<std::uint32_t>(historyEnd_);
+        history_[historyEnd_++] = static_cast<unsigned char>(code);
+        return kStepOk;
+    }
+    if (code > free_ || (code == free_ && free_ >= kLzwTableSize)) {
+        return kStepError;
+    }
+    // A code equal to the next free entry (the KwKwK case) stands for the previous string
+    // followed by its own first byte.
+    const bool self = code == free_;
+    const bool grows = free_ < kLzwTableSize;
+    const std::size_t previousLength = entries_[static_cast<std::size_t>(previous_)].length;
+    const std::size_t length =
+        self ? previousLength + 1 : entries_[static_cast<std::size_t>(code)].length;
+    const std::size_t room = static_cast<std::size_t>(outEnd - out);
+    const unsigned char* string; // where the whole string lies once made
+    if (grows && building_ && !roomInHistory(length)) {
+        building_ = false;
+    }
+    if (grows && building_) {
+        // Into the history first, right after the previous string: that makes the new entry.
+        unsigned char* const h = history_.data();
+        unsigned char* const to = h + historyEnd_;
+        if (self) {
+            lzwCopyWide(to, h + previousAt_, previousLength);
+            to[previousLength] = h[previousAt_];
+        } else {
+            const Entry e = entries_[static_cast<std::size_t>(code)];
+            if (e.at != kNowhere) {
+                lzwCopyWide(to, h + e.at, length);
+            } else {
+                produce(code, to, length);
+            }
         }
-        // A code equal to the next free entry (the KwKwK case) stands for the previous
-        // string followed by its own first byte.
-        const bool self = code == free_;
-        const int known = self ? previous_ : code;
-        const std::size_t length =
-            static_cast<std::size_t>(known < 256 ? 1 : length_[known]) + (self ? 1 : 0);
+        entries_[static_cast<std::size_t>(free_)] =
+            Entry{previousAt_, static_cast<std::uint32_t>(previousLength + 1)};
+        previousAt_ = static_cast<std::uint32_t>(historyEnd_);
+        historyEnd_ += length;
+        string = to;
+        if (room >= length + 16) {
+            lzwCopyWide(out, to, length);
+            out += length;
+        } else if (room >= length) {
+            std::memcpy(out, to, length);
+            out += length;
+        } else {
+            pending_.assign(to, to + length);
+        }
+    } else {
         unsigned char* target;
-        if (static_cast<std::size_t>(outEnd - out) >= length) {
+        if (room >= length) {
             target = out;
             out += length;
         } else {
             pending_.resize(length);
-            pendingAt_ = 0;
             target = pending_.data();
         }
-        std::size_t at = length;
+        const int known = self ? previous_ : code;
+        const Entry e = entries_[static_cast<std::size_t>(known)];
+        if (e.at != kNowhere && room >= length + 16) {
+            lzwCopyWide(target, history_.data() + e.at, e.length);
+        } else {
+            produce(known, target, e.length);
+        }
         if (self) {
-            target[--at] = firstOfPrevious_;
+            target[length - 1] = target[0];
         }
-        // Local pointers: the byte stores below may alias anything, and would otherwise make
-        // the compiler reload the tables' addresses for every byte.
-        const std::uint16_t* const prefixes = prefix_.data();
-        const unsigned char* const suffixes = suffix_.data();
-        int walk = known;
-        while (walk >= 256) {
-            target[--at] = suffixes[walk];
-            walk = prefixes[walk];
+        string = target;
+        if (grows) {
+            entries_[static_cast<std::size_t>(free_)] =
+                Entry{kNowhere, static_cast<std::uint32_t>(previousLength + 1)};
         }
-        target[--at] = static_cast<unsigned char>(walk);
-        const unsigned char first = target[0];
-        if (free_ < kLzwTableSize) {
-            prefix_[free_] = static_cast<std::uint16_t>(previous_);
-            suffix_[free_] = first;
-            length_[free_] =
-                static_cast<std::uint16_t>((previous_ < 256 ? 1 : length_[previous_]) + 1);
-            ++free_;
-        }
-        previous_ = code;
-        firstOfPrevious_ = first;
-        if (target == pending_.data()) {
-            while (pendingAt_ < pending_.size() && out != outEnd) {
-                *out++ = pending_[pendingAt_++];
-            }
+    }
+    const unsigned char first = string[0];
+    if (grows) {
+        prefix_[static_cast<std::size_t>(free_)] = static_cast<std::uint16_t>(previous_);
+        suffix_[static_cast<std::size_t>(free_)] = first;
+        ++free_;
+    }
+    previous_ = code;
+    if (!pending_.empty()) {
+        pendingAt_ = 0;
+        while (pendingAt_ < pending_.size() && out != outEnd) {
+            *out++ = pending_[pendingAt_++];
         }
     }
     if (free_ > maxCode_) {
-        const std::uint64_t group = static_cast<std::uint64_t>(bits_) * 8;
-        const int padBits = static_cast<int>((group - groupBits_ % group) % group);
-        skip_ = (padBits - accBits_) / 8;
-        acc_ = 0;
-        accBits_ = 0;
-        groupBits_ = 0;
-        state_ = kSkip;
+        pad_ = static_cast<int>((8 - groupCodes_ % 8) % 8) * bits_;
+        groupCodes_ = 0;
         ++bits_;
-        maxCode_ = maxCodeFor(bits_);
+        maxCode_ = lzwMaxCodeFor(bits_);
+        return kStepPad;
     }
-    return true;
+    return kStepOk;
 }
 
 } // namespace ioDetail
