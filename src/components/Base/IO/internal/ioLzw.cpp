@@ -30,9 +30,14 @@ inline std::uint64_t countedIn(std::uint64_t taken) {
 LzwEncoder::LzwEncoder()
     : keys_(std::size_t{1} << kHashBits), codes_(std::size_t{1} << kHashBits), pairs_(65536) {}
 
+// A new table is a new generation: slots of older ones read as free, so the tables are wiped
+// only when the generation count wraps.
 void LzwEncoder::clearTable() {
-    std::memset(keys_.data(), 0, keys_.size() * sizeof keys_[0]);
-    std::memset(pairs_.data(), 0, pairs_.size() * sizeof pairs_[0]);
+    if (++generation_ > 255) {
+        std::memset(keys_.data(), 0, keys_.size() * sizeof keys_[0]);
+        std::memset(pairs_.data(), 0, pairs_.size() * sizeof pairs_[0]);
+        generation_ = 1;
+    }
     free_ = kLzwFirst;
 }
 
@@ -45,7 +50,7 @@ void LzwEncoder::start(std::vector<unsigned char>& out) {
     maxCode_ = lzwMaxCodeFor(bits_);
     acc_ = 0;
     accBits_ = 0;
-    groupBits_ = 0;
+    groupCodes_ = 0;
     bytesIn_ = 0;
     bytesOut_ = 3;
     checkpoint_ = kCheckGap;
@@ -55,7 +60,7 @@ void LzwEncoder::start(std::vector<unsigned char>& out) {
 void LzwEncoder::putCode(int code, unsigned char*& o) {
     acc_ |= static_cast<std::uint64_t>(code) << accBits_;
     accBits_ += bits_;
-    groupBits_ += static_cast<std::uint64_t>(bits_);
+    ++groupCodes_;
     while (accBits_ >= 8) {
         *o++ = static_cast<unsigned char>(acc_);
         acc_ >>= 8;
@@ -66,15 +71,14 @@ void LzwEncoder::putCode(int code, unsigned char*& o) {
 
 // Zero bits up to the end of the present group of eight codes.
 void LzwEncoder::padGroup(unsigned char*& o) {
-    const std::uint64_t group = static_cast<std::uint64_t>(bits_) * 8;
-    accBits_ += static_cast<int>((group - groupBits_ % group) % group);
+    accBits_ += static_cast<int>((8 - groupCodes_ % 8) % 8) * bits_;
     while (accBits_ >= 8) {
         *o++ = static_cast<unsigned char>(acc_);
         acc_ >>= 8;
         accBits_ -= 8;
         ++bytesOut_;
     }
-    groupBits_ = 0;
+    groupCodes_ = 0;
 }
 
 // With the table full, a falling ratio of input to output means the table no longer fits the
@@ -108,49 +112,114 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
         start(out);
     }
     // Each byte gives at most one code of two bytes; a new width or a new table adds at most
-    // a code and a group of padding, a few times per table.
-    const std::size_t base = out.size();
-    out.resize(base + 2 * size + size / 64 + 256);
-    unsigned char* o = out.data() + base;
+    // a code and a group of padding, a few times per table. The codes go to a scratch area
+    // first: growing `out` by the worst case would zero it all for nothing.
+    const std::size_t worst = 2 * size + size / 64 + 256;
+    if (scratchSize_ < worst) {
+        scratch_.reset(new unsigned char[worst]);
+        scratchSize_ = worst;
+    }
+    unsigned char* const o0 = scratch_.get();
+    unsigned char* o = o0;
     std::size_t i = 0;
     if (prefix_ < 0) {
         prefix_ = data[0];
         i = 1;
     }
     const std::uint64_t before = bytesIn_;
-    std::uint32_t* keys = keys_.data();
-    std::uint16_t* codes = codes_.data();
-    int prefix = prefix_;
-    std::uint16_t* pairs = pairs_.data();
+    std::uint32_t* const keys = keys_.data();
+    std::uint16_t* const codes = codes_.data();
+    std::uint32_t* const pairs = pairs_.data();
+    // The coder's state in locals: the byte stores of the output may alias anything.
+    std::uint32_t prefix = static_cast<std::uint32_t>(prefix_);
+    std::uint64_t acc = acc_;
+    int accBits = accBits_;
+    unsigned groupCodes = groupCodes_;
+    int free = free_;
+    int bits = bits_;
+    int maxCode = maxCode_;
+    std::uint32_t generation = generation_;
+    std::uint64_t written = bytesOut_; // bytes of the section written before this call
+    // Codes collect in the bit buffer and leave it four bytes at a time.
+    auto put = [&](std::uint32_t code) {
+        acc |= static_cast<std::uint64_t>(code) << accBits;
+        accBits += bits;
+        ++groupCodes;
+        if (accBits >= 32) {
+            o[0] = static_cast<unsigned char>(acc);
+            o[1] = static_cast<unsigned char>(acc >> 8);
+            o[2] = static_cast<unsigned char>(acc >> 16);
+            o[3] = static_cast<unsigned char>(acc >> 24);
+            o += 4;
+            acc >>= 32;
+            accBits -= 32;
+        }
+    };
+    // After a code, when the table outgrew the present width: the rest of the group, then
+    // the next width.
+    auto widen = [&] {
+        accBits += static_cast<int>((8 - groupCodes % 8) % 8) * bits;
+        while (accBits >= 8) {
+            *o++ = static_cast<unsigned char>(acc);
+            acc >>= 8;
+            accBits -= 8;
+        }
+        groupCodes = 0;
+        ++bits;
+        maxCode = lzwMaxCodeFor(bits);
+    };
+    // With the table full, now and then: the ratio check (rare; through the members).
+    auto check = [&](std::size_t at) {
+        while (accBits >= 8) {
+            *o++ = static_cast<unsigned char>(acc);
+            acc >>= 8;
+            accBits -= 8;
+        }
+        bytesIn_ = countedIn(before + at + 1);
+        acc_ = acc;
+        accBits_ = accBits;
+        groupCodes_ = groupCodes;
+        bits_ = bits;
+        maxCode_ = maxCode;
+        free_ = free;
+        bytesOut_ = written + static_cast<std::uint64_t>(o - o0);
+        checkRatio(o);
+        written = bytesOut_ - static_cast<std::uint64_t>(o - o0);
+        acc = acc_;
+        accBits = accBits_;
+        groupCodes = groupCodes_;
+        bits = bits_;
+        maxCode = maxCode_;
+        free = free_;
+        generation = generation_;
+    };
     for (; i < size; ++i) {
-        const std::uint32_t key = (static_cast<std::uint32_t>(prefix) << 8 | data[i]) + 1;
+        const std::uint32_t byte = data[i];
         if (prefix < 256) {
             // Every code begins with a single byte: its first step needs no hashing.
-            std::uint16_t& pair = pairs[key - 1];
-            if (pair != 0) {
-                prefix = pair;
+            std::uint32_t& pair = pairs[prefix << 8 | byte];
+            if ((pair >> 16) == generation) {
+                prefix = pair & 0xFFFF;
                 continue;
             }
-            putCode(prefix, o);
-            if (free_ > maxCode_) {
-                padGroup(o);
-                ++bits_;
-                maxCode_ = lzwMaxCodeFor(bits_);
+            put(prefix);
+            if (free > maxCode) {
+                widen();
             }
-            prefix = data[i];
-            if (free_ < kLzwTableSize) {
-                pair = static_cast<std::uint16_t>(free_++);
+            prefix = byte;
+            if (free < kLzwTableSize) {
+                pair = generation << 16 | static_cast<std::uint32_t>(free++);
             } else if (countedIn(before + i + 1) >= checkpoint_) {
-                bytesIn_ = countedIn(before + i + 1);
-                checkRatio(o);
+                check(i);
             }
             continue;
         }
-        std::uint32_t slot = slotOf(static_cast<std::uint32_t>(prefix), data[i]);
+        const std::uint32_t key = generation << 24 | prefix << 8 | byte;
+        std::uint32_t slot = slotOf(prefix, byte);
         bool found = false;
         if (keys[slot] == key) {
             found = true;
-        } else if (keys[slot] != 0) {
+        } else if ((keys[slot] >> 24) == generation) {
             // Collisions step on by an odd distance of their own (double hashing), so that
             // neighbouring slots do not pile up in runs.
             const std::uint32_t step = ((key * 2654435761u) >> (32 - kHashBits)) | 1;
@@ -160,30 +229,34 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
                     found = true;
                     break;
                 }
-            } while (keys[slot] != 0);
+            } while ((keys[slot] >> 24) == generation);
         }
         if (found) {
             prefix = codes[slot];
             continue;
         }
-        putCode(prefix, o);
-        if (free_ > maxCode_) {
-            padGroup(o);
-            ++bits_;
-            maxCode_ = lzwMaxCodeFor(bits_);
+        put(prefix);
+        if (free > maxCode) {
+            widen();
         }
-        prefix = data[i];
-        if (free_ < kLzwTableSize) {
+        prefix = byte;
+        if (free < kLzwTableSize) {
             keys[slot] = key;
-            codes[slot] = static_cast<std::uint16_t>(free_++);
+            codes[slot] = static_cast<std::uint16_t>(free++);
         } else if (countedIn(before + i + 1) >= checkpoint_) {
-            bytesIn_ = countedIn(before + i + 1);
-            checkRatio(o);
+            check(i);
         }
     }
-    out.resize(static_cast<std::size_t>(o - out.data()));
+    out.insert(out.end(), o0, o);
+    bytesOut_ = written + static_cast<std::uint64_t>(o - o0);
     bytesIn_ = before + size;
-    prefix_ = prefix;
+    prefix_ = static_cast<int>(prefix);
+    acc_ = acc;
+    accBits_ = accBits;
+    groupCodes_ = groupCodes;
+    free_ = free;
+    bits_ = bits;
+    maxCode_ = maxCode;
 }
 
 void LzwEncoder::end(std::vector<unsigned char>& out) {

@@ -14,6 +14,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 #include <vector>
 
 namespace ioDetail {
@@ -46,9 +47,14 @@ private:
     void clearTable();
     void checkRatio(unsigned char*& o);
 
-    std::vector<std::uint32_t> keys_; // hash slots: (prefix << 8 | byte) + 1, 0 when free
+    // Hash slots of strings of two or more codes: generation << 24 | prefix << 8 | byte.
+    std::vector<std::uint32_t> keys_;
     std::vector<std::uint16_t> codes_;
-    std::vector<std::uint16_t> pairs_; // two-byte strings, direct: [first << 8 | second], 0 free
+    // Two-byte strings, direct: [first << 8 | second] = generation << 16 | code.
+    std::vector<std::uint32_t> pairs_;
+    std::unique_ptr<unsigned char[]> scratch_; // the codes of one `add`, before `out`
+    std::size_t scratchSize_ = 0;
+    std::uint32_t generation_ = 0; // of the present table; slots of others read as free
     bool started_ = false;
     int prefix_ = -1;
     int free_ = kLzwFirst;
@@ -56,7 +62,7 @@ private:
     int maxCode_ = (1 << kLzwMinBits) - 1;
     std::uint64_t acc_ = 0; // bits not yet written
     int accBits_ = 0;
-    std::uint64_t groupBits_ = 0; // bits written since the start of the present group run
+    unsigned groupCodes_ = 0; // codes written since the start of the present group run
     std::uint64_t bytesIn_ = 0;
     std::uint64_t bytesOut_ = 0;
     std::uint64_t checkpoint_ = 0;
