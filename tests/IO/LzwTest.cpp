@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -139,6 +140,29 @@ TEST(Lzw, SectionsFollowOneAnotherAndLeaveWhatComesAfter) {
     EXPECT_EQ(decoder.decode(range, o, out.data() + out.size()), LzwDecoder::kEnd);
     EXPECT_EQ(Bytes(out.data(), o), sample(100, 1, 2));
     EXPECT_EQ(range.end - range.p, 1);
+}
+
+// A long run makes strings whose total outgrows the decoder's history long before the table
+// is full: later strings come from their prefix chains, the data after the run refers to
+// strings made on both sides of that point, and a new table starts a new history.
+TEST(Lzw, StringsBeyondTheHistory) {
+    Bytes data(12u << 20, 'x');
+    const Bytes mixed = sample(300000, 1, 4);
+    data.insert(data.end(), mixed.begin(), mixed.end());
+    data.insert(data.end(), 20000, 'x');
+    const Bytes stream = compress(data, 1u << 16);
+    Bytes small;
+    ASSERT_EQ(expand(stream, small, 4096, 64), LzwDecoder::kEnd);
+    EXPECT_TRUE(small == data);
+    // All at once, into one area with room to spare.
+    LzwDecoder decoder;
+    Bytes out(data.size() + 100);
+    LzwDecoder::Range range{stream.data(), stream.data() + stream.size()};
+    unsigned char* o = out.data();
+    EXPECT_EQ(decoder.decode(range, o, out.data() + out.size()), LzwDecoder::kEnd);
+    ASSERT_EQ(static_cast<std::size_t>(o - out.data()), data.size());
+    EXPECT_TRUE(std::equal(data.begin(), data.end(), out.begin()));
+    EXPECT_EQ(range.p, range.end);
 }
 
 TEST(Lzw, MalformedStreams) {
