@@ -30,14 +30,15 @@ inline std::uint64_t countedIn(std::uint64_t taken) {
 LzwEncoder::LzwEncoder()
     : keys_(std::size_t{1} << kHashBits), codes_(std::size_t{1} << kHashBits), pairs_(65536) {}
 
-// A new table is a new generation: slots of older ones read as free, so the tables are wiped
-// only when the generation count wraps.
+// A new table is a new generation: hash slots of older ones read as free, so that table is
+// wiped only when the generation count wraps.
+
 void LzwEncoder::clearTable() {
     if (++generation_ > 255) {
         std::memset(keys_.data(), 0, keys_.size() * sizeof keys_[0]);
-        std::memset(pairs_.data(), 0, pairs_.size() * sizeof pairs_[0]);
         generation_ = 1;
     }
+    std::memset(pairs_.data(), 0, pairs_.size() * sizeof pairs_[0]);
     free_ = kLzwFirst;
 }
 
@@ -129,7 +130,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
     const std::uint64_t before = bytesIn_;
     std::uint32_t* const keys = keys_.data();
     std::uint16_t* const codes = codes_.data();
-    std::uint32_t* const pairs = pairs_.data();
+    std::uint16_t* const pairs = pairs_.data();
     // The coder's state in locals: the byte stores of the output may alias anything.
     std::uint32_t prefix = static_cast<std::uint32_t>(prefix_);
     std::uint64_t acc = acc_;
@@ -197,9 +198,9 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
         const std::uint32_t byte = data[i];
         if (prefix < 256) {
             // Every code begins with a single byte: its first step needs no hashing.
-            std::uint32_t& pair = pairs[prefix << 8 | byte];
-            if ((pair >> 16) == generation) {
-                prefix = pair & 0xFFFF;
+            std::uint16_t& pair = pairs[prefix << 8 | byte];
+            if (pair != 0) {
+                prefix = pair;
                 continue;
             }
             put(prefix);
@@ -208,7 +209,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
             }
             prefix = byte;
             if (free < kLzwTableSize) {
-                pair = generation << 16 | static_cast<std::uint32_t>(free++);
+                pair = static_cast<std::uint16_t>(free++);
             } else if (countedIn(before + i + 1) >= checkpoint_) {
                 check(i);
             }

@@ -50,8 +50,9 @@ private:
     // Hash slots of strings of two or more codes: generation << 24 | prefix << 8 | byte.
     std::vector<std::uint32_t> keys_;
     std::vector<std::uint16_t> codes_;
-    // Two-byte strings, direct: [first << 8 | second] = generation << 16 | code.
-    std::vector<std::uint32_t> pairs_;
+    // Two-byte strings, direct: [first << 8 | second] = code, 0 when free; small enough to be
+    // wiped for every table, which keeps it half the size.
+    std::vector<std::uint16_t> pairs_;
     std::unique_ptr<unsigned char[]> scratch_; // the codes of one `add`, before `out`
     std::size_t scratchSize_ = 0;
     std::uint32_t generation_ = 0; // of the present table; slots of others read as free
