@@ -50,4 +50,22 @@ TEST(Checksum, MatchesTheWordByWordModelOnEverySize) {
     }
 }
 
+// Blocks go sixteen bytes a round: every start and every length around those rounds.
+TEST(Checksum, MatchesTheModelAtEveryAlignmentAndLength) {
+    std::mt19937 random(4);
+    std::vector<unsigned char> area(200);
+    for (unsigned char& b : area) {
+        b = static_cast<unsigned char>(random());
+    }
+    for (std::size_t offset = 0; offset < 16; ++offset) {
+        for (std::size_t size = 0; size + offset <= area.size(); ++size) {
+            const std::vector<unsigned char> data(area.begin() + static_cast<long>(offset),
+                                                  area.begin() + static_cast<long>(offset + size));
+            EXPECT_EQ(ioDetail::checksumAdd(0x8001, area.data() + offset, size),
+                      model(0x8001, data))
+                << offset << " " << size;
+        }
+    }
+}
+
 } // namespace

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <string>
 #include <vector>
@@ -139,6 +140,113 @@ TEST(Lzw, SectionsFollowOneAnotherAndLeaveWhatComesAfter) {
     EXPECT_EQ(decoder.decode(range, o, out.data() + out.size()), LzwDecoder::kEnd);
     EXPECT_EQ(Bytes(out.data(), o), sample(100, 1, 2));
     EXPECT_EQ(range.end - range.p, 1);
+}
+
+// A long run makes strings whose total outgrows the decoder's history long before the table
+// is full: later strings come from their prefix chains, the data after the run refers to
+// strings made on both sides of that point, and a new table starts a new history.
+TEST(Lzw, StringsBeyondTheHistory) {
+    Bytes data(12u << 20, 'x');
+    const Bytes mixed = sample(300000, 1, 4);
+    data.insert(data.end(), mixed.begin(), mixed.end());
+    data.insert(data.end(), 20000, 'x');
+    const Bytes stream = compress(data, 1u << 16);
+    Bytes small;
+    ASSERT_EQ(expand(stream, small, 4096, 64), LzwDecoder::kEnd);
+    EXPECT_TRUE(small == data);
+    // All at once, into one area with room to spare.
+    LzwDecoder decoder;
+    Bytes out(data.size() + 100);
+    LzwDecoder::Range range{stream.data(), stream.data() + stream.size()};
+    unsigned char* o = out.data();
+    EXPECT_EQ(decoder.decode(range, o, out.data() + out.size()), LzwDecoder::kEnd);
+    ASSERT_EQ(static_cast<std::size_t>(o - out.data()), data.size());
+    EXPECT_TRUE(std::equal(data.begin(), data.end(), out.begin()));
+    EXPECT_EQ(range.p, range.end);
+}
+
+// The format decoded the plain way, a whole string per table entry: the model for the
+// decoder on damaged streams, where round trips say nothing.
+LzwDecoder::Result modelExpand(const Bytes& in, Bytes& out) {
+    out.clear();
+    for (std::size_t i = 0; i < 3; ++i) {
+        if (i >= in.size()) {
+            return LzwDecoder::kNeedInput;
+        }
+        if (in[i] != ioDetail::kLzwMagic[i]) {
+            return LzwDecoder::kError;
+        }
+    }
+    std::vector<Bytes> table(ioDetail::kLzwTableSize);
+    std::size_t at = 24; // in bits
+    int bits = 9;
+    int free = ioDetail::kLzwFirst;
+    int previous = -1;
+    unsigned group = 0;
+    auto pad = [&] {
+        at += ((8 - group % 8) % 8) * static_cast<std::size_t>(bits);
+        group = 0;
+    };
+    for (;;) {
+        if (at + static_cast<std::size_t>(bits) > in.size() * 8) {
+            return LzwDecoder::kNeedInput;
+        }
+        int code = 0;
+        for (int b = 0; b < bits; ++b, ++at) {
+            code |= (in[at / 8] >> (at % 8) & 1) << b;
+        }
+        ++group;
+        if (code == ioDetail::kLzwEnd) {
+            return LzwDecoder::kEnd;
+        }
+        if (code == ioDetail::kLzwClear) {
+            pad();
+            bits = 9;
+            free = ioDetail::kLzwFirst;
+            previous = -1;
+            continue;
+        }
+        if (code > (previous < 0 ? 255 : free) ||
+            (code == free && free >= ioDetail::kLzwTableSize)) {
+            return LzwDecoder::kError;
+        }
+        const auto string = [&](int c) {
+            return c < 256 ? Bytes{static_cast<unsigned char>(c)} : table[c];
+        };
+        Bytes s = code < free ? string(code) : string(previous);
+        if (code == free) {
+            s.push_back(s[0]);
+        }
+        if (previous >= 0 && free < ioDetail::kLzwTableSize) {
+            table[free] = string(previous);
+            table[free++].push_back(s[0]);
+        }
+        out.insert(out.end(), s.begin(), s.end());
+        previous = code;
+        if (free > (bits >= 16 ? ioDetail::kLzwTableSize : (1 << bits) - 1)) {
+            pad();
+            ++bits;
+        }
+    }
+}
+
+TEST(Lzw, DamagedStreamsDecodeAsTheModelSays) {
+    std::mt19937 random(11);
+    for (int kind = 0; kind < 4; ++kind) {
+        const Bytes clean = compress(sample(3000, kind, 7), 3000);
+        for (int trial = 0; trial < 150; ++trial) {
+            Bytes bad = clean;
+            for (int flips = 1 + trial % 3; flips > 0; --flips) {
+                const std::size_t bit = 24 + random() % ((bad.size() - 3) * 8);
+                bad[bit / 8] ^= static_cast<unsigned char>(1u << (bit % 8));
+            }
+            Bytes ours;
+            Bytes model;
+            EXPECT_EQ(expand(bad, ours, 1 + trial % 50, 1 + trial % 64), modelExpand(bad, model))
+                << kind << " " << trial;
+            EXPECT_TRUE(ours == model) << kind << " " << trial;
+        }
+    }
 }
 
 TEST(Lzw, MalformedStreams) {

@@ -101,6 +101,10 @@ public:
     /// `getPosition() < getValid()`), and the store of one byte (caller checks
     /// `getPosition() < getCapacity()`).
     char takeByte() { return data_[position_++]; }
+    /// The array, for a reader above that takes many bytes in place: it reads from
+    /// `getData() + getPosition()` up to `getValid()` and then moves the position.
+    const char* getData() const { return data_; }
+    void setPosition(int position) { position_ = position; }
     void putByte(char c) { data_[position_++] = c; }
 
 protected:

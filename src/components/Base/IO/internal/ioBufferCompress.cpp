@@ -3,22 +3,25 @@
 
 namespace {
 
-// The decoder's byte source: the buffer below, taken byte by byte so that nothing after the
-// end code leaves it.
+// The decoder's byte source: the array of the buffer below, taken in place; the decoder
+// gives back what it read ahead, so that nothing after the end code leaves it.
 struct BelowSource {
     ioBuffer* below;
-    bool get(unsigned char& b) {
-        if (below->getPosition() >= below->getValid()) {
-            if (!below->good()) {
-                return false;
-            }
-            below->fill();
-            if (below->getPosition() >= below->getValid()) {
-                return false;
-            }
+    const unsigned char* base() const {
+        return reinterpret_cast<const unsigned char*>(below->getData());
+    }
+    const unsigned char* cursor() const { return base() + below->getPosition(); }
+    const unsigned char* limit() const { return base() + below->getValid(); }
+    void seek(const unsigned char* at) { below->setPosition(static_cast<int>(at - base())); }
+    bool more() {
+        if (below->getPosition() < below->getValid()) {
+            return true;
         }
-        b = static_cast<unsigned char>(below->takeByte());
-        return true;
+        if (!below->good()) {
+            return false;
+        }
+        below->fill();
+        return below->getPosition() < below->getValid();
     }
 };
 

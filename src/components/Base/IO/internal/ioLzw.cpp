@@ -25,17 +25,19 @@ inline std::uint64_t countedIn(std::uint64_t taken) {
     return (taken + 8191) & ~std::uint64_t{8191};
 }
 
-inline int maxCodeFor(int bits) {
-    return bits >= kLzwMaxBits ? kLzwTableSize : (1 << bits) - 1;
-}
-
 } // namespace
 
 LzwEncoder::LzwEncoder()
     : keys_(std::size_t{1} << kHashBits), codes_(std::size_t{1} << kHashBits), pairs_(65536) {}
 
+// A new table is a new generation: hash slots of older ones read as free, so that table is
+// wiped only when the generation count wraps.
+
 void LzwEncoder::clearTable() {
-    std::memset(keys_.data(), 0, keys_.size() * sizeof keys_[0]);
+    if (++generation_ > 255) {
+        std::memset(keys_.data(), 0, keys_.size() * sizeof keys_[0]);
+        generation_ = 1;
+    }
     std::memset(pairs_.data(), 0, pairs_.size() * sizeof pairs_[0]);
     free_ = kLzwFirst;
 }
@@ -46,10 +48,10 @@ void LzwEncoder::start(std::vector<unsigned char>& out) {
     started_ = true;
     prefix_ = -1;
     bits_ = kLzwMinBits;
-    maxCode_ = maxCodeFor(bits_);
+    maxCode_ = lzwMaxCodeFor(bits_);
     acc_ = 0;
     accBits_ = 0;
-    groupBits_ = 0;
+    groupCodes_ = 0;
     bytesIn_ = 0;
     bytesOut_ = 3;
     checkpoint_ = kCheckGap;
@@ -59,7 +61,7 @@ void LzwEncoder::start(std::vector<unsigned char>& out) {
 void LzwEncoder::putCode(int code, unsigned char*& o) {
     acc_ |= static_cast<std::uint64_t>(code) << accBits_;
     accBits_ += bits_;
-    groupBits_ += static_cast<std::uint64_t>(bits_);
+    ++groupCodes_;
     while (accBits_ >= 8) {
         *o++ = static_cast<unsigned char>(acc_);
         acc_ >>= 8;
@@ -70,15 +72,14 @@ void LzwEncoder::putCode(int code, unsigned char*& o) {
 
 // Zero bits up to the end of the present group of eight codes.
 void LzwEncoder::padGroup(unsigned char*& o) {
-    const std::uint64_t group = static_cast<std::uint64_t>(bits_) * 8;
-    accBits_ += static_cast<int>((group - groupBits_ % group) % group);
+    accBits_ += static_cast<int>((8 - groupCodes_ % 8) % 8) * bits_;
     while (accBits_ >= 8) {
         *o++ = static_cast<unsigned char>(acc_);
         acc_ >>= 8;
         accBits_ -= 8;
         ++bytesOut_;
     }
-    groupBits_ = 0;
+    groupCodes_ = 0;
 }
 
 // With the table full, a falling ratio of input to output means the table no longer fits the
@@ -101,7 +102,7 @@ void LzwEncoder::checkRatio(unsigned char*& out) {
     padGroup(out);
     clearTable();
     bits_ = kLzwMinBits;
-    maxCode_ = maxCodeFor(bits_);
+    maxCode_ = lzwMaxCodeFor(bits_);
 }
 
 void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<unsigned char>& out) {
@@ -112,49 +113,114 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
         start(out);
     }
     // Each byte gives at most one code of two bytes; a new width or a new table adds at most
-    // a code and a group of padding, a few times per table.
-    const std::size_t base = out.size();
-    out.resize(base + 2 * size + size / 64 + 256);
-    unsigned char* o = out.data() + base;
+    // a code and a group of padding, a few times per table. The codes go to a scratch area
+    // first: growing `out` by the worst case would zero it all for nothing.
+    const std::size_t worst = 2 * size + size / 64 + 256;
+    if (scratchSize_ < worst) {
+        scratch_.reset(new unsigned char[worst]);
+        scratchSize_ = worst;
+    }
+    unsigned char* const o0 = scratch_.get();
+    unsigned char* o = o0;
     std::size_t i = 0;
     if (prefix_ < 0) {
         prefix_ = data[0];
         i = 1;
     }
     const std::uint64_t before = bytesIn_;
-    std::uint32_t* keys = keys_.data();
-    std::uint16_t* codes = codes_.data();
-    int prefix = prefix_;
-    std::uint16_t* pairs = pairs_.data();
+    std::uint32_t* const keys = keys_.data();
+    std::uint16_t* const codes = codes_.data();
+    std::uint16_t* const pairs = pairs_.data();
+    // The coder's state in locals: the byte stores of the output may alias anything.
+    std::uint32_t prefix = static_cast<std::uint32_t>(prefix_);
+    std::uint64_t acc = acc_;
+    int accBits = accBits_;
+    unsigned groupCodes = groupCodes_;
+    int free = free_;
+    int bits = bits_;
+    int maxCode = maxCode_;
+    std::uint32_t generation = generation_;
+    std::uint64_t written = bytesOut_; // bytes of the section written before this call
+    // Codes collect in the bit buffer and leave it four bytes at a time.
+    auto put = [&](std::uint32_t code) {
+        acc |= static_cast<std::uint64_t>(code) << accBits;
+        accBits += bits;
+        ++groupCodes;
+        if (accBits >= 32) {
+            o[0] = static_cast<unsigned char>(acc);
+            o[1] = static_cast<unsigned char>(acc >> 8);
+            o[2] = static_cast<unsigned char>(acc >> 16);
+            o[3] = static_cast<unsigned char>(acc >> 24);
+            o += 4;
+            acc >>= 32;
+            accBits -= 32;
+        }
+    };
+    // After a code, when the table outgrew the present width: the rest of the group, then
+    // the next width.
+    auto widen = [&] {
+        accBits += static_cast<int>((8 - groupCodes % 8) % 8) * bits;
+        while (accBits >= 8) {
+            *o++ = static_cast<unsigned char>(acc);
+            acc >>= 8;
+            accBits -= 8;
+        }
+        groupCodes = 0;
+        ++bits;
+        maxCode = lzwMaxCodeFor(bits);
+    };
+    // With the table full, now and then: the ratio check (rare; through the members).
+    auto check = [&](std::size_t at) {
+        while (accBits >= 8) {
+            *o++ = static_cast<unsigned char>(acc);
+            acc >>= 8;
+            accBits -= 8;
+        }
+        bytesIn_ = countedIn(before + at + 1);
+        acc_ = acc;
+        accBits_ = accBits;
+        groupCodes_ = groupCodes;
+        bits_ = bits;
+        maxCode_ = maxCode;
+        free_ = free;
+        bytesOut_ = written + static_cast<std::uint64_t>(o - o0);
+        checkRatio(o);
+        written = bytesOut_ - static_cast<std::uint64_t>(o - o0);
+        acc = acc_;
+        accBits = accBits_;
+        groupCodes = groupCodes_;
+        bits = bits_;
+        maxCode = maxCode_;
+        free = free_;
+        generation = generation_;
+    };
     for (; i < size; ++i) {
-        const std::uint32_t key = (static_cast<std::uint32_t>(prefix) << 8 | data[i]) + 1;
+        const std::uint32_t byte = data[i];
         if (prefix < 256) {
             // Every code begins with a single byte: its first step needs no hashing.
-            std::uint16_t& pair = pairs[key - 1];
+            std::uint16_t& pair = pairs[prefix << 8 | byte];
             if (pair != 0) {
                 prefix = pair;
                 continue;
             }
-            putCode(prefix, o);
-            if (free_ > maxCode_) {
-                padGroup(o);
-                ++bits_;
-                maxCode_ = maxCodeFor(bits_);
+            put(prefix);
+            if (free > maxCode) {
+                widen();
             }
-            prefix = data[i];
-            if (free_ < kLzwTableSize) {
-                pair = static_cast<std::uint16_t>(free_++);
+            prefix = byte;
+            if (free < kLzwTableSize) {
+                pair = static_cast<std::uint16_t>(free++);
             } else if (countedIn(before + i + 1) >= checkpoint_) {
-                bytesIn_ = countedIn(before + i + 1);
-                checkRatio(o);
+                check(i);
             }
             continue;
         }
-        std::uint32_t slot = slotOf(static_cast<std::uint32_t>(prefix), data[i]);
+        const std::uint32_t key = generation << 24 | prefix << 8 | byte;
+        std::uint32_t slot = slotOf(prefix, byte);
         bool found = false;
         if (keys[slot] == key) {
             found = true;
-        } else if (keys[slot] != 0) {
+        } else if ((keys[slot] >> 24) == generation) {
             // Collisions step on by an odd distance of their own (double hashing), so that
             // neighbouring slots do not pile up in runs.
             const std::uint32_t step = ((key * 2654435761u) >> (32 - kHashBits)) | 1;
@@ -164,30 +230,34 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
                     found = true;
                     break;
                 }
-            } while (keys[slot] != 0);
+            } while ((keys[slot] >> 24) == generation);
         }
         if (found) {
             prefix = codes[slot];
             continue;
         }
-        putCode(prefix, o);
-        if (free_ > maxCode_) {
-            padGroup(o);
-            ++bits_;
-            maxCode_ = maxCodeFor(bits_);
+        put(prefix);
+        if (free > maxCode) {
+            widen();
         }
-        prefix = data[i];
-        if (free_ < kLzwTableSize) {
+        prefix = byte;
+        if (free < kLzwTableSize) {
             keys[slot] = key;
-            codes[slot] = static_cast<std::uint16_t>(free_++);
+            codes[slot] = static_cast<std::uint16_t>(free++);
         } else if (countedIn(before + i + 1) >= checkpoint_) {
-            bytesIn_ = countedIn(before + i + 1);
-            checkRatio(o);
+            check(i);
         }
     }
-    out.resize(static_cast<std::size_t>(o - out.data()));
+    out.insert(out.end(), o0, o);
+    bytesOut_ = written + static_cast<std::uint64_t>(o - o0);
     bytesIn_ = before + size;
-    prefix_ = prefix;
+    prefix_ = static_cast<int>(prefix);
+    acc_ = acc;
+    accBits_ = accBits;
+    groupCodes_ = groupCodes;
+    free_ = free;
+    bits_ = bits;
+    maxCode_ = maxCode;
 }
 
 void LzwEncoder::end(std::vector<unsigned char>& out) {
@@ -202,7 +272,7 @@ void LzwEncoder::end(std::vector<unsigned char>& out) {
         if (free_ > maxCode_) {
             padGroup(o);
             ++bits_;
-            maxCode_ = maxCodeFor(bits_);
+            maxCode_ = lzwMaxCodeFor(bits_);
         }
     }
     putCode(kLzwEnd, o);
@@ -217,8 +287,31 @@ void LzwEncoder::end(std::vector<unsigned char>& out) {
     prefix_ = -1;
 }
 
-LzwDecoder::LzwDecoder() : prefix_(kLzwTableSize), suffix_(kLzwTableSize), length_(kLzwTableSize) {
+namespace {
+
+// The history holds the output of one table's life up to the point where the table is full;
+// that is a few MiB for ordinary data. Beyond this, entries fall back to their prefix chain.
+constexpr std::size_t kHistoryLimit = std::size_t{8} << 20;
+} // namespace
+
+LzwDecoder::LzwDecoder()
+    : entries_(kLzwTableSize), prefix_(kLzwTableSize), suffix_(kLzwTableSize),
+      history_(std::size_t{1} << 16) {
+    for (int i = 0; i < 256; ++i) {
+        entries_[static_cast<std::size_t>(i)] = Entry{static_cast<std::uint32_t>(i), 1};
+        history_[static_cast<std::size_t>(i)] = static_cast<unsigned char>(i);
+    }
     reset();
+}
+
+void LzwDecoder::newTable() {
+    free_ = kLzwFirst;
+    bits_ = kLzwMinBits;
+    maxCode_ = lzwMaxCodeFor(bits_);
+    previous_ = -1;
+    historyEnd_ = 256;
+    building_ = true;
+    groupCodes_ = 0;
 }
 
 void LzwDecoder::reset() {
@@ -227,100 +320,142 @@ void LzwDecoder::reset() {
     state_ = kHeader;
     headerGot_ = 0;
     skip_ = 0;
-    free_ = kLzwFirst;
-    bits_ = kLzwMinBits;
-    maxCode_ = maxCodeFor(bits_);
-    previous_ = -1;
     acc_ = 0;
     accBits_ = 0;
-    groupBits_ = 0;
+    newTable();
 }
 
-bool LzwDecoder::expand(unsigned char*& out, unsigned char* outEnd) {
-    const int code = code_;
+bool LzwDecoder::roomInHistory(std::size_t length) {
+    const std::size_t needed = historyEnd_ + length + kSlack;
+    if (needed <= history_.size()) {
+        return true;
+    }
+    if (needed > kHistoryLimit) {
+        return false;
+    }
+    history_.resize(std::min(kHistoryLimit, std::max(needed, history_.size() * 2)));
+    return true;
+}
+
+void LzwDecoder::produce(int code, unsigned char* target, std::size_t length) const {
+    const Entry* const entries = entries_.data();
+    std::size_t at = length;
+    int walk = code;
+    while (entries[walk].at == kNowhere) {
+        target[--at] = suffix_[static_cast<std::size_t>(walk)];
+        walk = prefix_[static_cast<std::size_t>(walk)];
+    }
+    std::memcpy(target, history_.data() + entries[walk].at, at);
+}
+
+LzwDecoder::Step LzwDecoder::step(int code, unsigned char*& out, unsigned char* outEnd) {
     if (code == kLzwClear) {
         // Padding to the end of the group, in the old width; then a new table.
-        const std::uint64_t group = static_cast<std::uint64_t>(bits_) * 8;
-        const int padBits = static_cast<int>((group - groupBits_ % group) % group);
-        skip_ = (padBits - accBits_) / 8;
-        acc_ = 0;
-        accBits_ = 0;
-        groupBits_ = 0;
-        state_ = kSkip;
-        free_ = kLzwFirst;
-        bits_ = kLzwMinBits;
-        maxCode_ = maxCodeFor(bits_);
-        previous_ = -1;
-        return true;
+        pad_ = static_cast<int>((8 - groupCodes_ % 8) % 8) * bits_;
+        newTable();
+        return kStepPad;
     }
     if (previous_ < 0) {
         if (code > 255) {
-            return false; // a section's first code, and the first after CLEAR, are literals
+            return kStepError; // a section's first code, and the first after CLEAR, are literals
         }
         *out++ = static_cast<unsigned char>(code);
         previous_ = code;
-        firstOfPrevious_ = static_cast<unsigned char>(code);
-    } else {
-        if (code > free_ || (code == free_ && free_ >= kLzwTableSize)) {
-            return false;
+        // The history is never full this early: it starts with room for more than a string.
+        previousAt_ = static_cast<std::uint32_t>(historyEnd_);
+        history_[historyEnd_++] = static_cast<unsigned char>(code);
+        return kStepOk;
+    }
+    if (code > free_ || (code == free_ && free_ >= kLzwTableSize)) {
+        return kStepError;
+    }
+    // A code equal to the next free entry (the KwKwK case) stands for the previous string
+    // followed by its own first byte.
+    const bool self = code == free_;
+    const bool grows = free_ < kLzwTableSize;
+    const std::size_t previousLength = entries_[static_cast<std::size_t>(previous_)].length;
+    const std::size_t length =
+        self ? previousLength + 1 : entries_[static_cast<std::size_t>(code)].length;
+    const std::size_t room = static_cast<std::size_t>(outEnd - out);
+    const unsigned char* string; // where the whole string lies once made
+    if (grows && building_ && !roomInHistory(length)) {
+        building_ = false;
+    }
+    if (grows && building_) {
+        // Into the history first, right after the previous string: that makes the new entry.
+        unsigned char* const h = history_.data();
+        unsigned char* const to = h + historyEnd_;
+        if (self) {
+            lzwCopyWide(to, h + previousAt_, previousLength);
+            to[previousLength] = h[previousAt_];
+        } else {
+            const Entry e = entries_[static_cast<std::size_t>(code)];
+            if (e.at != kNowhere) {
+                lzwCopyWide(to, h + e.at, length);
+            } else {
+                produce(code, to, length);
+            }
         }
-        // A code equal to the next free entry (the KwKwK case) stands for the previous
-        // string followed by its own first byte.
-        const bool self = code == free_;
-        const int known = self ? previous_ : code;
-        const std::size_t length =
-            static_cast<std::size_t>(known < 256 ? 1 : length_[known]) + (self ? 1 : 0);
+        entries_[static_cast<std::size_t>(free_)] =
+            Entry{previousAt_, static_cast<std::uint32_t>(previousLength + 1)};
+        previousAt_ = static_cast<std::uint32_t>(historyEnd_);
+        historyEnd_ += length;
+        string = to;
+        if (room >= length + 16) {
+            lzwCopyWide(out, to, length);
+            out += length;
+        } else if (room >= length) {
+            std::memcpy(out, to, length);
+            out += length;
+        } else {
+            pending_.assign(to, to + length);
+        }
+    } else {
         unsigned char* target;
-        if (static_cast<std::size_t>(outEnd - out) >= length) {
+        if (room >= length) {
             target = out;
             out += length;
         } else {
             pending_.resize(length);
-            pendingAt_ = 0;
             target = pending_.data();
         }
-        std::size_t at = length;
+        const int known = self ? previous_ : code;
+        const Entry e = entries_[static_cast<std::size_t>(known)];
+        if (e.at != kNowhere && room >= length + 16) {
+            lzwCopyWide(target, history_.data() + e.at, e.length);
+        } else {
+            produce(known, target, e.length);
+        }
         if (self) {
-            target[--at] = firstOfPrevious_;
+            target[length - 1] = target[0];
         }
-        // Local pointers: the byte stores below may alias anything, and would otherwise make
-        // the compiler reload the tables' addresses for every byte.
-        const std::uint16_t* const prefixes = prefix_.data();
-        const unsigned char* const suffixes = suffix_.data();
-        int walk = known;
-        while (walk >= 256) {
-            target[--at] = suffixes[walk];
-            walk = prefixes[walk];
+        string = target;
+        if (grows) {
+            entries_[static_cast<std::size_t>(free_)] =
+                Entry{kNowhere, static_cast<std::uint32_t>(previousLength + 1)};
         }
-        target[--at] = static_cast<unsigned char>(walk);
-        const unsigned char first = target[0];
-        if (free_ < kLzwTableSize) {
-            prefix_[free_] = static_cast<std::uint16_t>(previous_);
-            suffix_[free_] = first;
-            length_[free_] =
-                static_cast<std::uint16_t>((previous_ < 256 ? 1 : length_[previous_]) + 1);
-            ++free_;
-        }
-        previous_ = code;
-        firstOfPrevious_ = first;
-        if (target == pending_.data()) {
-            while (pendingAt_ < pending_.size() && out != outEnd) {
-                *out++ = pending_[pendingAt_++];
-            }
+    }
+    const unsigned char first = string[0];
+    if (grows) {
+        prefix_[static_cast<std::size_t>(free_)] = static_cast<std::uint16_t>(previous_);
+        suffix_[static_cast<std::size_t>(free_)] = first;
+        ++free_;
+    }
+    previous_ = code;
+    if (!pending_.empty()) {
+        pendingAt_ = 0;
+        while (pendingAt_ < pending_.size() && out != outEnd) {
+            *out++ = pending_[pendingAt_++];
         }
     }
     if (free_ > maxCode_) {
-        const std::uint64_t group = static_cast<std::uint64_t>(bits_) * 8;
-        const int padBits = static_cast<int>((group - groupBits_ % group) % group);
-        skip_ = (padBits - accBits_) / 8;
-        acc_ = 0;
-        accBits_ = 0;
-        groupBits_ = 0;
-        state_ = kSkip;
+        pad_ = static_cast<int>((8 - groupCodes_ % 8) % 8) * bits_;
+        groupCodes_ = 0;
         ++bits_;
-        maxCode_ = maxCodeFor(bits_);
+        maxCode_ = lzwMaxCodeFor(bits_);
+        return kStepPad;
     }
-    return true;
+    return kStepOk;
 }
 
 } // namespace ioDetail
