@@ -13,6 +13,7 @@
 // KY_IO_BENCHMARK under "<case>/base" and "<case>/<baseline>", and add a goal to kGoals.
 #include <Base/IO/internal/ioBufferFD.h>
 
+#include <kyBenchRawFile.h>
 #include <kyBenchSupport.h>
 
 #include <cerrno>
@@ -125,17 +126,8 @@ void BM_FdWriteBase(benchmark::State& state) {
 
 void BM_FdWriteRaw(benchmark::State& state) {
     Data& d = data();
-    timed(state, removeTarget, [&] {
-        const int fd = ::open(d.target.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-        if (fd < 0) {
-            return false;
-        }
-        bool ok = true;
-        for (std::size_t done = 0; ok && done < kFileSize; done += kBlock) {
-            ok = ::write(fd, d.block.data(), kBlock) == static_cast<ssize_t>(kBlock);
-        }
-        return ::close(fd) == 0 && ok;
-    });
+    timed(state, removeTarget,
+          [&] { return kybench::rawWriteFile(d.target, d.block.data(), kBlock, kFileSize, 0600); });
 }
 
 void BM_FdReadBase(benchmark::State& state) {
@@ -163,20 +155,9 @@ void BM_FdReadRaw(benchmark::State& state) {
     timed(
         state, [] {},
         [&] {
-            const int fd = ::open(d.source.c_str(), O_RDONLY | O_CLOEXEC);
-            if (fd < 0) {
-                return false;
-            }
-            std::size_t total = 0;
-            for (;;) {
-                const ssize_t got = ::read(fd, buffer.data(), kBlock);
-                if (got <= 0) {
-                    break;
-                }
-                total += static_cast<std::size_t>(got);
-            }
+            const bool ok = kybench::rawReadFile(d.source, buffer.data(), kBlock, kFileSize);
             benchmark::DoNotOptimize(buffer.data());
-            return ::close(fd) == 0 && total == kFileSize;
+            return ok;
         });
 }
 
