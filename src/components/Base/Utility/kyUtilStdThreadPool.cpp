@@ -234,10 +234,6 @@ private:
     int running_ = 0;
     bool stop_ = false;
 
-public:
-    std::atomic<bool> started{false}; // kept for the contract; nothing reads it
-
-private:
     std::atomic<bool> cancellable_{true};
     std::atomic<Progress*> progress_{nullptr};
 };
@@ -268,7 +264,7 @@ StdTaskQueue::~StdTaskQueue() {
 }
 
 void StdTaskQueue::begin() {
-    impl_->started.store(true, std::memory_order_relaxed);
+    // Nothing to prepare: the workers start with the first add().
 }
 
 bool StdTaskQueue::add(ThreadedTask* task) {
@@ -280,7 +276,6 @@ void StdTaskQueue::wait() {
 }
 
 void StdTaskQueue::reset() {
-    impl_->started.store(false, std::memory_order_relaxed);
     impl_->reset();
 }
 
