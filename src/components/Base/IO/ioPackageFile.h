@@ -118,6 +118,17 @@ public:
     /// True when the file exists, is readable and starts with a valid package header.
     static bool isFilePackageFile(const kyString::IString& fileName);
 
+    /// Crash-safe editing (off by default; the default layout is the one described above).
+    /// When on, allocation never hands out bytes that the directory on disk names: neither
+    /// the directory itself nor blocks freed since the last `update()`. New blocks go after
+    /// the on-disk directory, `update()` writes the new directory after them, syncs the file,
+    /// then rewrites and syncs the pointer, and only then do the old directory and the freed
+    /// blocks become free space. A crash at any moment leaves the last updated state or the
+    /// new one. Cost: each update appends a directory, until free space or `write()` takes
+    /// the old ones back.
+    void setCrashSafe(bool on) { crashSafe_ = on; }
+    bool getCrashSafe() const { return crashSafe_; }
+
     /// Used by the directory reader: appends one block read from the directory.
     void appendEntry(const kyString::IString& name, std::int64_t offset, std::int64_t size,
                      std::int64_t timeStamp, bool compressed);
@@ -151,6 +162,7 @@ private:
     int freeCount_;
     ioBufferedStreamOutput output_;
     bool outputOpen_;
+    bool crashSafe_ = false;
 };
 
 namespace ioPackageIO {
