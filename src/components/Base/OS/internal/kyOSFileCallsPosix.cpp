@@ -177,6 +177,15 @@ int posixRename(const std::wstring& from, const std::wstring& to, int* error) {
     return ::rename(narrowFrom.c_str(), narrowTo.c_str()) == 0 ? 0 : failWithErrno(error);
 }
 
+int posixReplace(const std::wstring& from, const std::wstring& to, int* error) {
+    if (injectedFault(FileCall::kReplace, error)) {
+        return -1;
+    }
+    KY_NARROW(from, narrowFrom)
+    KY_NARROW(to, narrowTo)
+    return ::rename(narrowFrom.c_str(), narrowTo.c_str()) == 0 ? 0 : failWithErrno(error);
+}
+
 int posixUnlink(const std::wstring& name, int* error) {
     if (injectedFault(FileCall::kUnlink, error)) {
         return -1;
@@ -511,6 +520,7 @@ const FileCalls& nativeFileCalls() {
         posixDiskFree,      posixIsRemote,       posixOwner,     posixFullPath,
         posixGetCwd,        posixSetCwd,         posixErrorText, posixErrorText,
         posixSameError,     posixProcessId,      ENOENT,         EEXIST,
+        posixReplace,
     };
     return calls;
 }
