@@ -420,6 +420,67 @@ TEST_F(PackageFileTest, ReadOnlyPackageRefusesEdits) {
     EXPECT_EQ(*seen, "0|" + refused + "|" + refused + "|The package file is not writable.");
 }
 
+// A directory is data from the file: one in a debug encoding (whose tag mismatches abort a
+// reader) is refused, and packets that claim references (undefined ones abort too) are read
+// as plain entries.
+TEST_F(PackageFileTest, HostileDirectoriesAreRefusedNotFatal) {
+    struct Case {
+        ioWriteMethod method;
+        bool withReference;
+        bool wrongKind; // an integer where the name should be
+        int code;
+    };
+    const Case cases[] = {{ioWriteBinaryDebug, false, true, 17},
+                          {ioWriteBinaryDebug, false, false, 17},
+                          {ioWriteAscii, false, false, 17},
+                          {ioWriteBinary, true, false, 0}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(static_cast<int>(c.method));
+        std::filesystem::remove(path("p.kpf"));
+        std::int64_t where = 0;
+        {
+            ioPackageFile p;
+            ASSERT_EQ(p.open(pkg()).code(), 0);
+            ASSERT_EQ(p.addEntry(src("a", "abc"), name("a"), false).code(), 0);
+            ASSERT_EQ(p.update().code(), 0);
+            where = p.getEntry(IString(L"a"))->getOffset() + 3;
+        }
+        ioBufferedStreamOutput out;
+        out.truncateOnOpen(false);
+        out.openFile(pkg());
+        ASSERT_TRUE(out.seek(where));
+        ioPackageIO::PackageRegistry registry(false);
+        std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, c.method, &registry));
+        ASSERT_TRUE(w);
+        w->startFile();
+        const std::int64_t blocks[][2] = {{kData, 3}, {where, 0}};
+        for (int i = 0; i < 2; ++i) {
+            static const int anchorObject = 0;
+            w->startPacket("package.entry", c.withReference ? &anchorObject + i : nullptr);
+            if (c.wrongKind) {
+                w->writeInt64(7);
+            } else {
+                w->writeCString(i == 0 ? "a" : ".");
+            }
+            w->writeInt64(blocks[i][0]);
+            w->writeInt64(blocks[i][1]);
+            w->writeInt64(0);
+            w->writeBool(false);
+            w->endPacket();
+        }
+        w->endFile();
+        w.reset();
+        out.close();
+        ASSERT_TRUE(out.good());
+        ioPackageFile reopened;
+        kyUtil::Error e = reopened.open(pkg());
+        EXPECT_EQ(e.code(), c.code) << text(e);
+        if (c.code == 0) {
+            EXPECT_EQ(extract(reopened, IString(L"a")), "abc");
+        }
+    }
+}
+
 TEST_F(PackageFileTest, CompactionReplacesTheTargetWhole) {
     ioPackageFile p;
     ASSERT_EQ(p.open(pkg()).code(), 0);

@@ -46,6 +46,10 @@ void readPackageEntry(ioClientReadContext& client) {
         return;
     }
     ioReadContext& r = client.getContext();
+    // Directory entries carry no references. One that claims a reference gets no definition,
+    // which the reader would treat as a programming error and abort on; from a file it is
+    // only bad data, and the tiling check refuses whatever the entry says.
+    r.invalidPacket();
     kyString::IString name(r.readCString(), kyString::kUTF8);
     std::int64_t offset = 0;
     std::int64_t size = 0;
@@ -385,6 +389,12 @@ kyUtil::Error ioPackageFile::readDirectory() {
     directory_.clear();
     freeCount_ = 0;
     bool good = false;
+    // The directory is always written in the binary encoding. The debug encodings abort the
+    // process on a tag mismatch, which a hostile file must not be able to ask for.
+    if (context && context->getReadMethod() != ioReadBinarySameEndian &&
+        context->getReadMethod() != ioReadBinarySwapped) {
+        context.reset();
+    }
     if (context) {
         ioPackageIO::PackageReadContext client(*context, this);
         context->readFile(client);
