@@ -52,15 +52,21 @@
 #include <Base/OS/kyOSFileStatus.h>
 #include <Base/OS/kyOSFileTypes.h>
 #include <Base/OS/kyOSFilename.h>
+#include <Base/OS/kyOSFSAllocator.h>
 #include <Base/OS/kyOSFilesystem.h>
 #include <Base/OS/kyOSGetOpt.h>
 #include <Base/OS/kyOSIOStream.h>
+#include <Base/OS/kyOSMemMapFile.h>
 #include <Base/OS/kyOSMemoryIOStream.h>
+#include <Base/OS/kyOSMemoryMappedFile.h>
+#include <Base/OS/kyOSMoveableAllocator.h>
+#include <Base/OS/kyOSMoveableMemory.h>
 #include <Base/OS/kyOSProtectedWrite.h>
 #include <Base/OS/kyOSSearchPath.h>
 #include <Base/OS/kyOSStopWatch.h>
 #include <Base/OS/kyOSSysInfo.h>
 #include <Base/OS/kyOSUuid.h>
+#include <Base/OS/kyOSVirtualMemoryIterator.h>
 
 // TCP: addresses, sockets, servers and readiness waiting
 #include <Base/TCP/kyTCPAddress.h>
