@@ -47,12 +47,12 @@
 #include <Base/OS/kyOSAppMain.h>
 #include <Base/OS/kyOSAppOutput.h>
 #include <Base/OS/kyOSDebugTrace.h>
+#include <Base/OS/kyOSFSAllocator.h>
 #include <Base/OS/kyOSFile.h>
 #include <Base/OS/kyOSFileOps.h>
 #include <Base/OS/kyOSFileStatus.h>
 #include <Base/OS/kyOSFileTypes.h>
 #include <Base/OS/kyOSFilename.h>
-#include <Base/OS/kyOSFSAllocator.h>
 #include <Base/OS/kyOSFilesystem.h>
 #include <Base/OS/kyOSGetOpt.h>
 #include <Base/OS/kyOSIOStream.h>
