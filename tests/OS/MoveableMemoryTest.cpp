@@ -62,13 +62,14 @@ struct Model {
     std::map<int, std::vector<Block>> segments;
     std::map<int, std::uint64_t> sizes;
     int nextSegment = 0, spare = -1;
-    std::uint64_t tick = 0;
+    std::uint64_t tick = 0, bytes = 0;
 
     int create(std::uint64_t size) {
         segments[nextSegment] = {{0, size, true, 0}};
-        sizes[nextSegment] = size;
+        sizes[nextSegment] = size, bytes += size;
         return nextSegment++;
     }
+    void destroy(int s) { bytes -= sizes[s], segments.erase(s), sizes.erase(s); }
     Place allocate(std::uint64_t n) {
         if (n > limit) {
             const int s = create(n);
@@ -104,10 +105,10 @@ struct Model {
     }
     void release(const Place& p) {
         std::vector<Block>& blocks = segments[p.segment];
-        std::size_t i = 0;
-        while (blocks[i].offset != p.offset) {
-            ++i;
-        }
+        std::size_t i = static_cast<std::size_t>(
+            std::find_if(blocks.begin(), blocks.end(),
+                         [&](const Block& b) { return b.offset == p.offset; }) -
+            blocks.begin());
         blocks[i].free = true;
         if (i > 0 && blocks[i - 1].free) {
             blocks[i - 1].size += blocks[i].size;
@@ -122,21 +123,13 @@ struct Model {
             if (keepSpare && spare < 0 && sizes[p.segment] == segmentSize) {
                 spare = p.segment;
             } else {
-                segments.erase(p.segment), sizes.erase(p.segment);
+                destroy(p.segment);
             }
         }
     }
     void dropSpare() {
-        if (spare >= 0) {
-            segments.erase(spare), sizes.erase(spare), spare = -1;
-        }
-    }
-    std::uint64_t segmentBytes() const {
-        std::uint64_t n = 0;
-        for (const auto& s : sizes) {
-            n += s.second;
-        }
-        return n;
+        spare >= 0 ? destroy(spare) : void();
+        spare = -1;
     }
 };
 
@@ -163,44 +156,26 @@ struct Case {
 TEST_F(MoveableMemoryTest, PlacementCases) {
     const std::uint64_t g = kyOS::FileMapping::getGranularity(), seg = MoveableMemory::kSegmentSize;
     const long long big = static_cast<long long>(MoveableMemory::kSmallAllocationLimit + 1);
+    const std::uint64_t b = std::uint64_t(big);
+    // clang-format off
     const Case cases[] = {
-        {"two 1-byte requests share a new segment",
-         {1, 1},
-         {kG, kG},
-         {g, 1, seg, 2, 2 * kG, 0},
-         {g, 1, seg, 2, 2 * kG, 0}},
-        {"an emptied segment is the spare until getStats",
-         {1, 1, -1, -2},
-         {kG, kG},
-         {g, 1, seg, 0, 0, 0},
-         {g, 0, 0, 0, 0, 0}},
-        {"32 MiB + 1 gets a segment of exactly that size",
-         {big},
-         {std::uint64_t(big)},
-         {g, 1, std::uint64_t(big), 1, std::uint64_t(big), 0},
-         {g, 1, std::uint64_t(big), 1, std::uint64_t(big), 0}},
-        {"a large segment is destroyed, not kept",
-         {big, -1},
-         {std::uint64_t(big)},
-         {g, 0, 0, 0, 0, 0},
-         {g, 0, 0, 0, 0, 0}},
-        {"a free 128 KiB block serves 64 KiB whole",
-         {64 * 1024, 128 * 1024, 1, -2, 64 * 1024},
-         {kG, 2 * kG, kG, 2 * kG},
-         {g, 1, seg, 3, 4 * kG, 0},
-         {g, 1, seg, 3, 4 * kG, 0}},
-        {"a free 192 KiB block is split for 64 KiB",
-         {1, 3 * kG, 1, -2, kG},
-         {kG, 3 * kG, kG, kG},
-         {g, 1, seg, 3, 3 * kG, 0},
-         {g, 1, seg, 3, 3 * kG, 0}},
-        {"best fit takes the smaller hole",
-         {kG, 3 * kG, kG, 2 * kG, kG, -2, -4, kG + 1},
-         {kG, 3 * kG, kG, 2 * kG, kG, 2 * kG},
-         {g, 1, seg, 4, 5 * kG, 0},
-         {g, 1, seg, 4, 5 * kG, 0}},
+        {"two 1-byte requests share a new segment", {1, 1}, {kG, kG},
+         {g, 1, seg, 2, 2 * kG, 0}, {g, 1, seg, 2, 2 * kG, 0}},
+        {"an emptied segment is the spare until getStats", {1, 1, -1, -2}, {kG, kG},
+         {g, 1, seg, 0, 0, 0}, {g, 0, 0, 0, 0, 0}},
+        {"32 MiB + 1 gets a segment of exactly that size", {big}, {b},
+         {g, 1, b, 1, b, 0}, {g, 1, b, 1, b, 0}},
+        {"a large segment is destroyed, not kept", {big, -1}, {b},
+         {g, 0, 0, 0, 0, 0}, {g, 0, 0, 0, 0, 0}},
+        {"a free 128 KiB block serves 64 KiB whole", {1, 2 * kG, 1, -2, kG}, {kG, 2 * kG, kG, 2 * kG},
+         {g, 1, seg, 3, 4 * kG, 0}, {g, 1, seg, 3, 4 * kG, 0}},
+        {"a free 192 KiB block is split for 64 KiB", {1, 3 * kG, 1, -2, kG}, {kG, 3 * kG, kG, kG},
+         {g, 1, seg, 3, 3 * kG, 0}, {g, 1, seg, 3, 3 * kG, 0}},
+        {"best fit takes the smaller hole", {kG, 3 * kG, kG, 2 * kG, kG, -2, -4, kG + 1},
+         {kG, 3 * kG, kG, 2 * kG, kG, 2 * kG}, {g, 1, seg, 4, 5 * kG, 0}, {g, 1, seg, 4, 5 * kG, 0}},
         {"size 0 gives nothing", {0}, {}, {g, 0, 0, 0, 0, 0}, {g, 0, 0, 0, 0, 0}},
     };
+    // clang-format on
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
         MoveableMemory memory;
@@ -210,9 +185,7 @@ TEST_F(MoveableMemoryTest, PlacementCases) {
         for (long long step : c.steps) {
             if (step >= 0) {
                 held.push_back(memory.allocate(static_cast<std::uint64_t>(step)));
-                if (held.back()) {
-                    sizes.push_back(held.back()->getSize());
-                }
+                held.back() ? sizes.push_back(held.back()->getSize()) : void();
             } else {
                 held[static_cast<std::size_t>(-1 - step)] = nullptr;
             }
@@ -231,8 +204,7 @@ TEST_F(MoveableMemoryTest, NothingBeforeInitializeFiles) {
     EXPECT_FALSE(memory.initializeFiles(filetest::wide((dir() / "missing").string()), L"p"));
     ASSERT_TRUE(filetest::put(dir() / "plain", "x"));
     EXPECT_FALSE(memory.initializeFiles(filetest::wide((dir() / "plain").string()), L"p"));
-    std::filesystem::remove(dir() / "plain");
-    EXPECT_FALSE(memory.allocate(1));
+    EXPECT_TRUE(!memory.allocate(1) && std::filesystem::remove(dir() / "plain"));
 }
 
 // One block's expected bytes: an 8-byte stamp at the start of every granule it covers.
@@ -295,9 +267,7 @@ TEST_F(MoveableMemoryTest, DifferentialAgainstModel) {
                 for (std::size_t i = 0; i < b.stamps.size(); ++i) {
                     stamp(b, i, ++serial, kG);
                 }
-                if (random.chance(50)) {
-                    b.mapping->unmap();
-                }
+                random.chance(50) ? b.mapping->unmap() : void();
                 live.push_back(b);
             } else {
                 const std::size_t k =
@@ -321,12 +291,7 @@ TEST_F(MoveableMemoryTest, DifferentialAgainstModel) {
                     model.dropSpare();
                 }
             }
-            Stats want{kyOS::FileMapping::getGranularity(),
-                       model.sizes.size(),
-                       model.segmentBytes(),
-                       live.size(),
-                       0,
-                       0};
+            Stats want{empty().granularity, model.sizes.size(), model.bytes, live.size(), 0, 0};
             for (const LiveBlock& b : live) {
                 want.allocatedBytes += b.place.size;
                 want.mappedBytes += b.mapping->getPtr() ? b.place.size : 0;
@@ -405,10 +370,7 @@ TEST_F(MoveableMemoryTest, AllocatorDifferentialAgainstModel) {
                 c.chunk->unmap();
             } else {
                 allocator->unmapCachedMappings();
-                cache.clear();
-                for (auto& p : pins) {
-                    p.second = 0;
-                }
+                cache.clear(), pins.clear();
             }
         }
         ASSERT_EQ(allocator->getNumAllocated(), live.size()) << step;
