@@ -72,14 +72,12 @@ TEST_F(MappedFileTest, LoadTouchesPagesIn1MiBSteps) {
     ASSERT_TRUE(mapped.createFile(wide((dir() / "load").string()), 3 * kMi, true));
     kyOS::FileMapping view = mapped.map(0, 3 * kMi);
     ASSERT_TRUE(view);
+    // clang-format off
     const struct {
         std::uint64_t from, to, pages;
-    } cases[] = {{0, 1, 256},
-                 {kMi + kMi / 2, kMi + kMi / 2 + 1, 256},
-                 {0, 3 * kMi, 768},
-                 {kMi - 1, kMi + 1, 512},
-                 {2 * kMi + 5, 10 * kMi, 256},
-                 {kMi, kMi, 0}};
+    } cases[] = {{0, 1, 256}, {kMi + kMi / 2, kMi + kMi / 2 + 1, 256}, {0, 3 * kMi, 768},
+                 {kMi - 1, kMi + 1, 512}, {2 * kMi + 5, 10 * kMi, 256}, {kMi, kMi, 0}};
+    // clang-format on
     for (const auto& c : cases) {
         EXPECT_EQ(view.load(c.from, c.to), c.pages) << c.from << ".." << c.to;
     }
@@ -148,9 +146,8 @@ TEST(FSAllocatorTest, DifferentialAgainstASet) {
             ASSERT_TRUE(pool.numChunks() * 8 >= live.size());
             ASSERT_TRUE(lazy || pool.numChunks() <= live.size()) << "an empty chunk kept";
         }
-        while (!live.empty()) {
-            pool.free(live.begin()->first);
-            live.erase(live.begin());
+        for (const auto& block : live) {
+            pool.free(block.first);
         }
         EXPECT_EQ(pool.numChunks(), lazy ? peakChunks : 0u);
         pool.setLazy(false); // emptied chunks go once the pool is eager again
