@@ -79,6 +79,7 @@ int main() {
     showcaseFiles();
     showcaseGetOpt();
     showcaseOS();
+    showcaseMemory();
     showcaseTCP();
     showcaseIO();
     showcasePackets();

@@ -8,6 +8,7 @@ void showcaseSection(const char* title);
 // One tour per area, in examples/showcase_<area>.cpp.
 void showcaseStrings();
 void showcaseOS();
+void showcaseMemory();
 void showcasePaths();
 void showcaseFiles();
 void showcaseGetOpt();

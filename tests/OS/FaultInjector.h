@@ -58,11 +58,14 @@ public:
 
     static const char* name(FileCall call) {
         static const char* const kNames[] = {
-            "open",      "read",           "write",    "seek",   "fsync",         "close",
-            "stat",      "fstat",          "access",   "rename", "unlink",        "copyFile",
-            "copyRange", "copyAttributes", "mkdir",    "rmdir",  "listDirectory", "syncDirectory",
-            "tempPath",  "tempFile",       "diskFree", "owner",  "fullPath",      "getCwd",
-            "setCwd",    "isRemote",       "replace"};
+            "open",     "read",          "write",         "seek",           "fsync",
+            "close",    "stat",          "fstat",         "access",         "rename",
+            "unlink",   "copyFile",      "copyRange",     "copyAttributes", "mkdir",
+            "rmdir",    "listDirectory", "syncDirectory", "tempPath",       "tempFile",
+            "diskFree", "owner",         "fullPath",      "getCwd",         "setCwd",
+            "isRemote", "openMapped",    "setFileSize",   "fileSizeOf",     "createMapping",
+            "mapView",  "unmapView",     "flushView",     "closeMapping",   "closeMapped",
+            "replace"};
         static_assert(sizeof kNames / sizeof kNames[0] ==
                           static_cast<std::size_t>(FileCall::kCount),
                       "one name per entry of the system-call table");

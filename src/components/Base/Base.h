@@ -47,6 +47,7 @@
 #include <Base/OS/kyOSAppMain.h>
 #include <Base/OS/kyOSAppOutput.h>
 #include <Base/OS/kyOSDebugTrace.h>
+#include <Base/OS/kyOSFSAllocator.h>
 #include <Base/OS/kyOSFile.h>
 #include <Base/OS/kyOSFileOps.h>
 #include <Base/OS/kyOSFileStatus.h>
@@ -55,12 +56,17 @@
 #include <Base/OS/kyOSFilesystem.h>
 #include <Base/OS/kyOSGetOpt.h>
 #include <Base/OS/kyOSIOStream.h>
+#include <Base/OS/kyOSMemMapFile.h>
 #include <Base/OS/kyOSMemoryIOStream.h>
+#include <Base/OS/kyOSMemoryMappedFile.h>
+#include <Base/OS/kyOSMoveableAllocator.h>
+#include <Base/OS/kyOSMoveableMemory.h>
 #include <Base/OS/kyOSProtectedWrite.h>
 #include <Base/OS/kyOSSearchPath.h>
 #include <Base/OS/kyOSStopWatch.h>
 #include <Base/OS/kyOSSysInfo.h>
 #include <Base/OS/kyOSUuid.h>
+#include <Base/OS/kyOSVirtualMemoryIterator.h>
 
 // TCP: addresses, sockets, servers and readiness waiting
 #include <Base/TCP/kyTCPAddress.h>

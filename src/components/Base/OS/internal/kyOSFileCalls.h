@@ -94,10 +94,46 @@ struct FileCalls {
     int (*processId)();
     int notFoundError; ///< the system's "file not found" (Win32 2, ENOENT)
     int existsError;   ///< the system's "file exists" (Win32 80, EEXIST)
+
+    // Memory mapping. Handles are the system's own held as integers (a descriptor on POSIX, a
+    // HANDLE on Windows); errors are errno values on POSIX and Win32 codes on Windows.
+
+    /// Opens `name` for mapping as `how` says (`MapOpen`) and returns its handle in `*file`.
+    int (*openMapped)(const std::wstring& name, int how, std::intptr_t* file, int* error);
+    /// Moves the end of the file to `size` bytes (the new part reads as zeros and takes no
+    /// disk space where the file system keeps sparse files).
+    int (*setFileSize)(std::intptr_t file, std::int64_t size, int* error);
+    int (*fileSizeOf)(std::intptr_t file, std::int64_t* size, int* error);
+    /// The mapping object over the first `size` bytes of the file. POSIX has none: the
+    /// descriptor itself is handed back.
+    int (*createMapping)(std::intptr_t file, std::int64_t size, bool writable,
+                         std::intptr_t* mapping, int* error);
+    /// A shared view of `size` bytes from `offset` (a multiple of `mapGranularity`).
+    int (*mapView)(std::intptr_t mapping, std::int64_t offset, std::uint64_t size, bool writable,
+                   void** view, int* error);
+    int (*unmapView)(void* view, std::uint64_t size, int* error);
+    /// Writes the changed pages of `size` bytes from `at` (anywhere inside a view) to the file.
+    int (*flushView)(void* at, std::uint64_t size, int* error);
+    /// Handles are released even when a failure is reported (nothing on POSIX for a mapping).
+    int (*closeMapping)(std::intptr_t mapping, int* error);
+    int (*closeMapped)(std::intptr_t file, int* error);
+    /// The alignment of view offsets: the allocation granularity, the page size on POSIX.
+    std::uint64_t (*mapGranularity)();
     /// Moves `from` over an existing or missing `to` in one step, so that `to` names the old
     /// or the new file at every moment (POSIX rename; Windows MoveFileEx with replace and
     /// write-through). Errors are run-time error numbers.
     int (*replace)(const std::wstring& from, const std::wstring& to, int* error);
+};
+
+/// How `FileCalls::openMapped` opens a name.
+enum MapOpen {
+    kMapRead,      ///< an existing file, read-only, shared with other readers and writers
+    kMapReadWrite, ///< an existing file, read and write, shared likewise
+    /// A new file for reading and writing, not shared, replacing an existing one, deleted by
+    /// the system when closed. POSIX opens it (mode 0600) and unlinks the name at once through
+    /// the table's `open` and `unlink`, so nothing is left behind even after a kill.
+    kMapTemporary,
+    kMapCreate, ///< as kMapTemporary, but the file stays
 };
 
 /// The table in use (the native one unless a test replaced entries).
@@ -133,6 +169,15 @@ enum class FileCall {
     kGetCwd,
     kSetCwd,
     kIsRemote,
+    kOpenMapped,
+    kSetFileSize,
+    kFileSizeOf,
+    kCreateMapping,
+    kMapView,
+    kUnmapView,
+    kFlushView,
+    kCloseMapping,
+    kCloseMapped,
     kReplace,
     kCount
 };

@@ -14,6 +14,7 @@
 #include <grp.h>
 #include <pwd.h>
 #include <string>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/statfs.h>
 #include <sys/statvfs.h>
@@ -505,6 +506,124 @@ std::wstring posixErrorText(int error) {
     return toWide(std::strerror(error));
 }
 
+int posixOpenMapped(const std::wstring& name, int how, std::intptr_t* file, int* error) {
+    if (injectedFault(FileCall::kOpenMapped, error)) {
+        return -1;
+    }
+    FileCalls& calls = fileCalls();
+    const int flags = how == kMapRead        ? kRead
+                      : how == kMapReadWrite ? kReadWrite
+                      : how == kMapCreate    ? kReadWrite | kCreate | kTruncate
+                                             : kReadWrite | kCreate | kTruncate | kOpenOwnerOnly;
+    const int fd = calls.open(name, flags, error);
+    if (fd < 0) {
+        return -1;
+    }
+    // The name goes at once: the open descriptor keeps the data, and a process that dies
+    // leaves nothing behind.
+    if (how == kMapTemporary && calls.unlink(name, error) != 0) {
+        int ignored = 0;
+        calls.close(fd, &ignored);
+        removeLeftover(name); // a name that stays would outlive the process
+        return -1;
+    }
+    *file = fd;
+    return 0;
+}
+
+int posixSetFileSize(std::intptr_t file, std::int64_t size, int* error) {
+    if (injectedFault(FileCall::kSetFileSize, error)) {
+        return -1;
+    }
+    return ::ftruncate(static_cast<int>(file), static_cast<off_t>(size)) == 0
+               ? 0
+               : failWithErrno(error);
+}
+
+int posixFileSizeOf(std::intptr_t file, std::int64_t* size, int* error) {
+    if (injectedFault(FileCall::kFileSizeOf, error)) {
+        return -1;
+    }
+    struct stat st;
+    if (::fstat(static_cast<int>(file), &st) != 0) {
+        return failWithErrno(error);
+    }
+    *size = static_cast<std::int64_t>(st.st_size);
+    return 0;
+}
+
+int posixCreateMapping(std::intptr_t file, std::int64_t size, bool, std::intptr_t* mapping,
+                       int* error) {
+    if (injectedFault(FileCall::kCreateMapping, error)) {
+        return -1;
+    }
+    if (size <= 0) {
+        *error = EINVAL; // as Windows refuses a mapping of nothing
+        return -1;
+    }
+    *mapping = file;
+    return 0;
+}
+
+int posixMapView(std::intptr_t mapping, std::int64_t offset, std::uint64_t size, bool writable,
+                 void** view, int* error) {
+    if (injectedFault(FileCall::kMapView, error)) {
+        return -1;
+    }
+    if (size == 0 || offset < 0) {
+        *error = EINVAL;
+        return -1;
+    }
+    void* at =
+        ::mmap(nullptr, static_cast<std::size_t>(size), PROT_READ | (writable ? PROT_WRITE : 0),
+               MAP_SHARED, static_cast<int>(mapping), static_cast<off_t>(offset));
+    if (at == MAP_FAILED) {
+        return failWithErrno(error);
+    }
+    *view = at;
+    return 0;
+}
+
+int posixUnmapView(void* view, std::uint64_t size, int* error) {
+    if (injectedFault(FileCall::kUnmapView, error)) {
+        return -1;
+    }
+    return ::munmap(view, static_cast<std::size_t>(size)) == 0 ? 0 : failWithErrno(error);
+}
+
+std::uint64_t posixMapGranularity() {
+    const long page = ::sysconf(_SC_PAGESIZE);
+    return page > 0 ? static_cast<std::uint64_t>(page) : 4096;
+}
+
+int posixFlushView(void* at, std::uint64_t size, int* error) {
+    if (injectedFault(FileCall::kFlushView, error)) {
+        return -1;
+    }
+    // msync wants a page-aligned start.
+    const std::uintptr_t page = static_cast<std::uintptr_t>(posixMapGranularity());
+    const std::uintptr_t from = reinterpret_cast<std::uintptr_t>(at);
+    const std::uintptr_t start = from - from % page;
+    return ::msync(reinterpret_cast<void*>(start), static_cast<std::size_t>(size + (from - start)),
+                   MS_SYNC) == 0
+               ? 0
+               : failWithErrno(error);
+}
+
+int posixCloseMapping(std::intptr_t, int* error) {
+    // The descriptor was lent; only the hook has a say.
+    return injectedFault(FileCall::kCloseMapping, error) ? -1 : 0;
+}
+
+int posixCloseMapped(std::intptr_t file, int* error) {
+    const bool fail = injectedFault(FileCall::kCloseMapped, error);
+    const int result = ::close(static_cast<int>(file));
+    if (fail) {
+        return -1;
+    }
+    return result == 0 || errno == EINTR ? 0 : failWithErrno(error);
+}
+
 } // namespace
 
 PathStyle nativeStyle() {
@@ -513,15 +632,17 @@ PathStyle nativeStyle() {
 
 const FileCalls& nativeFileCalls() {
     static const FileCalls calls = {
-        posixOpen,          posixRead,           posixWrite,     posixSeek,
-        posixFsync,         posixClose,          posixStat,      posixFstat,
-        posixAccess,        posixRename,         posixUnlink,    posixCopyFile,
-        posixCopyRange,     posixCopyAttributes, posixMkdir,     posixRmdir,
-        posixListDirectory, posixSyncDirectory,  posixTempPath,  posixTempFile,
-        posixDiskFree,      posixIsRemote,       posixOwner,     posixFullPath,
-        posixGetCwd,        posixSetCwd,         posixErrorText, posixErrorText,
-        posixSameError,     posixProcessId,      ENOENT,         EEXIST,
-        posixReplace,
+        posixOpen,          posixRead,           posixWrite,      posixSeek,
+        posixFsync,         posixClose,          posixStat,       posixFstat,
+        posixAccess,        posixRename,         posixUnlink,     posixCopyFile,
+        posixCopyRange,     posixCopyAttributes, posixMkdir,      posixRmdir,
+        posixListDirectory, posixSyncDirectory,  posixTempPath,   posixTempFile,
+        posixDiskFree,      posixIsRemote,       posixOwner,      posixFullPath,
+        posixGetCwd,        posixSetCwd,         posixErrorText,  posixErrorText,
+        posixSameError,     posixProcessId,      ENOENT,          EEXIST,
+        posixOpenMapped,    posixSetFileSize,    posixFileSizeOf, posixCreateMapping,
+        posixMapView,       posixUnmapView,      posixFlushView,  posixCloseMapping,
+        posixCloseMapped,   posixMapGranularity, posixReplace,
     };
     return calls;
 }

@@ -520,6 +520,137 @@ int winProcessId() {
     return static_cast<int>(GetCurrentProcessId());
 }
 
+HANDLE handleOf(std::intptr_t handle) {
+    return reinterpret_cast<HANDLE>(handle);
+}
+
+int winOpenMapped(const std::wstring& name, int how, std::intptr_t* file, int* error) {
+    if (faulted(FileCall::kOpenMapped, error, true)) {
+        return -1;
+    }
+    if (!usable(name)) {
+        *error = ERROR_INVALID_NAME;
+        return -1;
+    }
+    DWORD access = GENERIC_READ | GENERIC_WRITE;
+    DWORD share = FILE_SHARE_READ | FILE_SHARE_WRITE;
+    DWORD disposition = OPEN_EXISTING;
+    DWORD attributes = FILE_ATTRIBUTE_NORMAL;
+    if (how == kMapRead) {
+        access = GENERIC_READ;
+    } else if (how == kMapTemporary || how == kMapCreate) {
+        share = 0;
+        disposition = CREATE_ALWAYS;
+        attributes |= how == kMapTemporary ? FILE_FLAG_DELETE_ON_CLOSE : 0;
+    }
+    const HANDLE h =
+        CreateFileW(name.c_str(), access, share, nullptr, disposition, attributes, nullptr);
+    if (h == INVALID_HANDLE_VALUE) {
+        return failWithLastError(error);
+    }
+    *file = reinterpret_cast<std::intptr_t>(h);
+    return 0;
+}
+
+int winSetFileSize(std::intptr_t file, std::int64_t size, int* error) {
+    if (faulted(FileCall::kSetFileSize, error, true)) {
+        return -1;
+    }
+    LARGE_INTEGER at;
+    at.QuadPart = size;
+    if (!SetFilePointerEx(handleOf(file), at, nullptr, FILE_BEGIN) ||
+        !SetEndOfFile(handleOf(file))) {
+        return failWithLastError(error);
+    }
+    return 0;
+}
+
+int winFileSizeOf(std::intptr_t file, std::int64_t* size, int* error) {
+    if (faulted(FileCall::kFileSizeOf, error, true)) {
+        return -1;
+    }
+    LARGE_INTEGER got;
+    if (!GetFileSizeEx(handleOf(file), &got)) {
+        return failWithLastError(error);
+    }
+    *size = static_cast<std::int64_t>(got.QuadPart);
+    return 0;
+}
+
+int winCreateMapping(std::intptr_t file, std::int64_t size, bool writable, std::intptr_t* mapping,
+                     int* error) {
+    if (faulted(FileCall::kCreateMapping, error, true)) {
+        return -1;
+    }
+    const std::uint64_t n = static_cast<std::uint64_t>(size);
+    const HANDLE h =
+        CreateFileMappingA(handleOf(file), nullptr, writable ? PAGE_READWRITE : PAGE_READONLY,
+                           static_cast<DWORD>(n >> 32), static_cast<DWORD>(n), nullptr);
+    if (h == nullptr) {
+        return failWithLastError(error);
+    }
+    *mapping = reinterpret_cast<std::intptr_t>(h);
+    return 0;
+}
+
+int winMapView(std::intptr_t mapping, std::int64_t offset, std::uint64_t size, bool writable,
+               void** view, int* error) {
+    if (faulted(FileCall::kMapView, error, true)) {
+        return -1;
+    }
+    if (size == 0 || offset < 0) {
+        *error = ERROR_INVALID_PARAMETER;
+        return -1;
+    }
+    const std::uint64_t at = static_cast<std::uint64_t>(offset);
+    void* p = MapViewOfFile(handleOf(mapping), writable ? FILE_MAP_WRITE : FILE_MAP_READ,
+                            static_cast<DWORD>(at >> 32), static_cast<DWORD>(at),
+                            static_cast<SIZE_T>(size));
+    if (p == nullptr) {
+        return failWithLastError(error);
+    }
+    *view = p;
+    return 0;
+}
+
+int winUnmapView(void* view, std::uint64_t, int* error) {
+    if (faulted(FileCall::kUnmapView, error, true)) {
+        return -1;
+    }
+    return UnmapViewOfFile(view) ? 0 : failWithLastError(error);
+}
+
+int winFlushView(void* at, std::uint64_t size, int* error) {
+    if (faulted(FileCall::kFlushView, error, true)) {
+        return -1;
+    }
+    return FlushViewOfFile(at, static_cast<SIZE_T>(size)) ? 0 : failWithLastError(error);
+}
+
+// A handle goes whatever the hook says, as a descriptor does.
+int closeWithHook(FileCall call, std::intptr_t handle, int* error) {
+    const bool fail = faulted(call, error, true);
+    const BOOL closed = CloseHandle(handleOf(handle));
+    if (fail) {
+        return -1;
+    }
+    return closed ? 0 : failWithLastError(error);
+}
+
+int winCloseMapping(std::intptr_t mapping, int* error) {
+    return closeWithHook(FileCall::kCloseMapping, mapping, error);
+}
+
+int winCloseMapped(std::intptr_t file, int* error) {
+    return closeWithHook(FileCall::kCloseMapped, file, error);
+}
+
+std::uint64_t winMapGranularity() {
+    SYSTEM_INFO info;
+    GetSystemInfo(&info);
+    return info.dwAllocationGranularity;
+}
+
 } // namespace
 
 PathStyle nativeStyle() {
@@ -560,6 +691,16 @@ const FileCalls& nativeFileCalls() {
         winProcessId,
         ERROR_FILE_NOT_FOUND,
         ERROR_FILE_EXISTS,
+        winOpenMapped,
+        winSetFileSize,
+        winFileSizeOf,
+        winCreateMapping,
+        winMapView,
+        winUnmapView,
+        winFlushView,
+        winCloseMapping,
+        winCloseMapped,
+        winMapGranularity,
         winReplace,
     };
     return calls;

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace kyOS {
 namespace detail {
@@ -16,6 +17,13 @@ struct MemoryStatus {
     std::uint64_t availPhysical;
     std::uint64_t totalVirtual; ///< the process's user address space
     std::uint64_t availVirtual; ///< the part of it not in use
+};
+
+/// One region of the process's address space (`SystemCalls::memoryRegions`).
+struct MemoryRegion {
+    std::uint64_t base;
+    std::uint64_t size;
+    int state; ///< 0 free, 1 reserved (no access), 2 committed (usable)
 };
 
 /// The platform calls of SysInfo, Uuid and StopWatch, as one table: production code calls
@@ -30,6 +38,9 @@ struct SystemCalls {
     bool (*generateUuid)(unsigned int words[4]);          ///< false on failure
     std::int64_t (*performanceCounter)();
     std::int64_t counterFrequency; ///< counts per second, read once
+    /// The address space from 0 to the end of the last region in use, in increasing order
+    /// and without gaps (free regions included); false when the system will not tell.
+    bool (*memoryRegions)(std::vector<MemoryRegion>& regions);
 };
 
 /// The table in use (the native one unless a test replaced entries).

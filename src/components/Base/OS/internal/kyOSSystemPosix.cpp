@@ -134,12 +134,42 @@ std::int64_t posixPerformanceCounter() {
     return static_cast<std::int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
 }
 
+// From /proc/self/maps: its lines are "start-end perms ..." in increasing order; a mapping
+// without any access ("---") is address space held back, the gaps are free.
+bool posixMemoryRegions(std::vector<MemoryRegion>& regions) {
+    regions.clear();
+    std::FILE* file = std::fopen("/proc/self/maps", "re");
+    if (file == nullptr) {
+        return false;
+    }
+    std::uint64_t at = 0;
+    char line[4096];
+    while (std::fgets(line, sizeof line, file) != nullptr) {
+        unsigned long long start = 0;
+        unsigned long long end = 0;
+        char perms[8] = {0};
+        if (std::sscanf(line, "%llx-%llx %7s", &start, &end, perms) != 3 || end <= start ||
+            start < at) {
+            continue;
+        }
+        if (start > at) {
+            regions.push_back(MemoryRegion{at, start - at, 0});
+        }
+        const bool none = perms[0] == '-' && perms[1] == '-' && perms[2] == '-';
+        regions.push_back(MemoryRegion{start, end - start, none ? 1 : 2});
+        at = end;
+    }
+    std::fclose(file);
+    return !regions.empty();
+}
+
 } // namespace
 
 const SystemCalls& nativeSystemCalls() {
     static const SystemCalls calls = {
-        &posixProcessorCount, &posixMemoryStatus, &posixPageSize,           &posixProcessId,
-        &posixComputerName,   &posixGenerateUuid, &posixPerformanceCounter, 1000000000,
+        &posixProcessorCount,     &posixMemoryStatus, &posixPageSize,
+        &posixProcessId,          &posixComputerName, &posixGenerateUuid,
+        &posixPerformanceCounter, 1000000000,         &posixMemoryRegions,
     };
     return calls;
 }

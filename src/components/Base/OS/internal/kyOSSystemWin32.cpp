@@ -71,10 +71,34 @@ std::int64_t winPerformanceFrequency() {
 
 } // namespace
 
+namespace {
+
+// VirtualQuery from address 0 until it answers no more.
+bool winMemoryRegions(std::vector<MemoryRegion>& regions) {
+    regions.clear();
+    MEMORY_BASIC_INFORMATION info;
+    std::uint64_t at = 0;
+    while (VirtualQuery(reinterpret_cast<const void*>(static_cast<std::uintptr_t>(at)), &info,
+                        sizeof info) == sizeof info) {
+        const std::uint64_t base = reinterpret_cast<std::uintptr_t>(info.BaseAddress);
+        const std::uint64_t size = info.RegionSize;
+        if (size == 0 || base + size <= at) {
+            break;
+        }
+        const int state = info.State == MEM_COMMIT ? 2 : (info.State == MEM_RESERVE ? 1 : 0);
+        regions.push_back(MemoryRegion{base, size, state});
+        at = base + size;
+    }
+    return !regions.empty();
+}
+
+} // namespace
+
 const SystemCalls& nativeSystemCalls() {
     static const SystemCalls calls = {
-        &winProcessorCount, &winMemoryStatus, &winPageSize,           &winProcessId,
-        &winComputerName,   &winGenerateUuid, &winPerformanceCounter, winPerformanceFrequency(),
+        &winProcessorCount,     &winMemoryStatus,          &winPageSize,
+        &winProcessId,          &winComputerName,          &winGenerateUuid,
+        &winPerformanceCounter, winPerformanceFrequency(), &winMemoryRegions,
     };
     return calls;
 }
