@@ -85,18 +85,12 @@ TEST_F(TraceTest, WholeScenario) {
     pointers['P'] = pointerText(&object);
 
     kyUndo::Manager* m = kyUndo::newManager();
-    undotest::SignalCounts counts;
-    counts.attach(m);
 
     kyUndo::Group* first = m->newGroup("first", false);
     pointers['A'] = pointerText(new TestCommand(&ra, "alpha", first));
     pointers['B'] = pointerText(new TestCommand(&rb, nullptr, first));
     rb.bytes = 100;
     EXPECT_TRUE(first->doIt());
-    EXPECT_TRUE(m->undoIt());
-    EXPECT_TRUE(m->undoIt());
-    EXPECT_TRUE(m->doIt());
-    EXPECT_TRUE(m->doIt());
 
     kyUndo::Group* second = m->newGroup(nullptr, true);
     pointers['C'] = pointerText(new TestCommand(&rc, "gamma", second));
@@ -116,6 +110,7 @@ TEST_F(TraceTest, WholeScenario) {
     EXPECT_TRUE(m->undoIt());
     EXPECT_TRUE(m->undoIt());
     EXPECT_TRUE(m->doIt());
+    EXPECT_TRUE(m->doIt());
     m->associateGroups(1, 10);
 
     kyUndo::Group* failing = m->newGroup("undo-fails", false);
@@ -126,7 +121,6 @@ TEST_F(TraceTest, WholeScenario) {
 
     kyUndo::Group* p1 = m->newGroup("p1", false);
     pointers['H'] = pointerText(new TestCommand(&rh, "eta", p1));
-    m->newGroup("p2", false);
     EXPECT_TRUE(m->undoIt());
     m->deleteLastGroup(); // not at the end: nothing
     m->setMaxGroups(1);   // not at the end: stored only
@@ -150,19 +144,6 @@ TEST_F(TraceTest, WholeScenario) {
         "  + kyUndo::Group: doIt() - (first) 2 commands 1124 bytes.",
         "    + kyUndo::Command: doIt (alpha, 0x{A}), 1024 bytes",
         "    + kyUndo::Command: doIt ((null), 0x{B}), 100 bytes",
-        // undo, undo at the beginning, redo, redo at the end
-        "- kyUndo::Manager: undoIt() - 1 groups, 1124 bytes used",
-        "  - kyUndo::Group: undoIt() - (first) 2 commands 1124 bytes.",
-        "    - kyUndo::Command: undoIt ((null), 0x{B}), 100 bytes",
-        "    - kyUndo::Command: undoIt (alpha, 0x{A}), 1024 bytes",
-        "- kyUndo::Manager: undoIt() - 1 groups, 1124 bytes used",
-        "- kyUndo::Manager: undoIt() - at beginning of queue.",
-        "+ kyUndo::Manager: doIt() - 1 groups, 1124 bytes used",
-        "  + kyUndo::Group: doIt() - (first) 2 commands 1124 bytes.",
-        "    + kyUndo::Command: doIt (alpha, 0x{A}), 1024 bytes",
-        "    + kyUndo::Command: doIt ((null), 0x{B}), 100 bytes",
-        "+ kyUndo::Manager: doIt() - 1 groups, 1124 bytes used",
-        "+ kyUndo::Manager: doIt() - at end of queue.",
         // an unnamed dynamic group whose command fails
         "--------------------------------------------------------",
         "kyUndo::newGroup (noname, dynamic = 1)",
@@ -197,7 +178,7 @@ TEST_F(TraceTest, WholeScenario) {
         "    kyUndo::Command: delete (noname, 0x{B})",
         "  kyUndo::Group: delete group (third) - 1024 bytes",
         "    kyUndo::Command: delete (delta, 0x{D})",
-        // an empty step is stepped over in both directions
+        // an empty step is stepped over in both directions; the ends of the queue
         "--------------------------------------------------------",
         "kyUndo::newGroup (empty, dynamic = 0)",
         "kyUndo::Manager: pruneTrailingInvalidGroups()",
@@ -221,6 +202,8 @@ TEST_F(TraceTest, WholeScenario) {
         "+ kyUndo::Manager: doIt() - 2 groups, 1024 bytes used",
         "  + kyUndo::Group: doIt() - (last) 1 commands 1024 bytes.",
         "    + kyUndo::Command: doIt (epsilon, 0x{E}), 1024 bytes",
+        "+ kyUndo::Manager: doIt() - 2 groups, 1024 bytes used",
+        "+ kyUndo::Manager: doIt() - at end of queue.",
         "kyUndo::Manager: associateGroups (1, 10)",
         // a failing undo discards the history
         "--------------------------------------------------------",
@@ -250,20 +233,12 @@ TEST_F(TraceTest, WholeScenario) {
         "kyUndo::Manager: pruneTrailingInvalidGroups()",
         "  kyUndo::Group: new group (p1)",
         "    kyUndo::Command: new (eta, 0x{H})",
-        "--------------------------------------------------------",
-        "kyUndo::newGroup (p2, dynamic = 0)",
-        "kyUndo::Manager: pruneTrailingInvalidGroups()",
-        "  kyUndo::Group: new group (p2)",
-        "- kyUndo::Manager: undoIt() - 2 groups, 1024 bytes used",
-        "  - kyUndo::Group: undoIt() - (p2) 0 commands 0 bytes.",
-        "- kyUndo::Manager: undoIt() - empty group, undoing again.",
-        "- kyUndo::Manager: undoIt() - 2 groups, 1024 bytes used",
+        "- kyUndo::Manager: undoIt() - 1 groups, 1024 bytes used",
         "  - kyUndo::Group: undoIt() - (p1) 1 commands 1024 bytes.",
         "    - kyUndo::Command: undoIt (eta, 0x{H}), 1024 bytes",
         "--------------------------------------------------------",
         "kyUndo::newGroup (p3, dynamic = 0)",
         "kyUndo::Manager: pruneUndoneGroups()",
-        "  kyUndo::Group: delete group (p2) - 0 bytes",
         "  kyUndo::Group: delete group (p1) - 1024 bytes",
         "    kyUndo::Command: delete (eta, 0x{H})",
         "kyUndo::Manager: pruneTrailingInvalidGroups()",
@@ -285,13 +260,6 @@ TEST_F(TraceTest, WholeScenario) {
         ASSERT_EQ(actual[i], expand(expected[i], pointers)) << "line " << i + 1;
     }
     EXPECT_EQ(actual.size(), n);
-
-    // The same run's signals.
-    EXPECT_EQ(counts.groupRemoved, 10);
-    EXPECT_EQ(counts.activeTrue, 10);
-    EXPECT_EQ(counts.activeFalse, 10);
-    EXPECT_EQ(counts.queueChangedFalse, 0);
-    EXPECT_EQ(counts.queueChanged, 34);
 }
 
 } // namespace
