@@ -48,8 +48,8 @@ TYPED_TEST(SharedStringTest, Editing) {
     EXPECT_EQ(T::text(s), "{[<mid-end!?x");
     auto t = T::of("ace");
     t.insert(1, T::ch('b')).insert(3, T::raw("d").c_str()).insert(5, T::of("f"));
-    t.insert(6, T::raw("g").c_str());    // at the end
-    t.insert(100, T::raw("no").c_str()); // past the end: unchanged
+    t.insert(6, T::raw("g").c_str());                            // at the end
+    t.insert(100, T::raw("no").c_str()).insert(100, T::ch('n')); // past the end: unchanged
     EXPECT_EQ(T::text(t), "abcdefg");
     t.replace(0, 3, T::raw("ABC").c_str());
     t.replace(3, 1, T::ch('D'));
