@@ -11,12 +11,6 @@
 using namespace kyLinear;
 using kyLinearTest::Random;
 
-TEST(LinearNormal, DefaultIsInvalidZero) {
-    const Normal n;
-    EXPECT_FALSE(n.isValid());
-    EXPECT_EQ(n.asVector(), Vector(0, 0, 0));
-}
-
 TEST(LinearNormal, InvariantHoldsForRandomInputs) {
     Random rnd(21);
     for (int i = 0; i < 10000; ++i) {
@@ -35,7 +29,9 @@ TEST(LinearNormal, InvariantHoldsForRandomInputs) {
     }
 }
 
-TEST(LinearNormal, ZeroAndTinyAreInvalid) {
+TEST(LinearNormal, DefaultZeroAndTinyAreInvalid) {
+    EXPECT_FALSE(Normal().isValid());
+    EXPECT_EQ(Normal().asVector(), Vector(0, 0, 0));
     EXPECT_FALSE(Normal(0, 0, 0).isValid());
     EXPECT_FALSE(Normal(1e-12, 0, 0).isValid()); // squared length 1e-24: not greater
     EXPECT_FALSE(Normal(Vector(5e-13, 5e-13, 5e-13)).isValid());

@@ -40,27 +40,13 @@ Step stepFor(std::uint32_t seed, int emission, int id, int depth) {
     const std::uint64_t h = mix(mix(mix(mix(seed) ^ static_cast<std::uint64_t>(emission)) ^
                                     static_cast<std::uint64_t>(id)) ^
                                 static_cast<std::uint64_t>(depth));
-    const int roll = static_cast<int>(h % 100);
-    const std::uint64_t pick = h >> 8;
-    if (roll < 50) {
-        return {kNothing, pick};
+    // Per cent of the calls, by action in the order of the enum; only a top-level call emits.
+    const int upTo[] = {50, 58, 68, 78, 86, 94, 100};
+    int action = 0;
+    while (static_cast<int>(h % 100) >= upTo[action]) {
+        ++action;
     }
-    if (roll < 58) {
-        return {kDisconnectSelf, pick};
-    }
-    if (roll < 68) {
-        return {kDisconnectOther, pick};
-    }
-    if (roll < 78) {
-        return {kConnectNew, pick};
-    }
-    if (roll < 86) {
-        return {kBlock, pick};
-    }
-    if (roll < 94) {
-        return {kUnblock, pick};
-    }
-    return {depth == 0 ? kEmit : kNothing, pick};
+    return {action == kEmit && depth != 0 ? kNothing : static_cast<Action>(action), h >> 8};
 }
 
 constexpr std::size_t kMaxLive = 40;
@@ -195,7 +181,7 @@ public:
         emission_ = emission;
         walk(0);
     }
-    int blocksOf(int id) const { return findItem(id)->blocks; }
+    int blocksOf(int id) { return findItem(id)->blocks; }
     std::size_t size() const { return items_.size(); }
 
     std::vector<std::string> calls;
@@ -222,10 +208,6 @@ private:
         return std::find_if(items_.begin(), items_.end(),
                             [id](const Item& item) { return item.id == id; });
     }
-    std::vector<Item>::const_iterator findItem(int id) const {
-        return std::find_if(items_.begin(), items_.end(),
-                            [id](const Item& item) { return item.id == id; });
-    }
 
     std::uint32_t seed_;
     int emission_ = 0;
@@ -233,7 +215,7 @@ private:
     std::vector<Item> items_;
 };
 
-void expectSameState(RealSide& real, const ModelSide& model, int step) {
+void expectSameState(RealSide& real, ModelSide& model, int step) {
     SCOPED_TRACE("step " + std::to_string(step));
     ASSERT_EQ(real.calls, model.calls);
     ASSERT_EQ(static_cast<std::size_t>(real.signal().numConnections()), model.size());
@@ -258,33 +240,19 @@ TEST_P(SignalModelTest, RandomReentrantUseMatchesTheModel) {
     int emissions = 0;
     int nonTrivialEmissions = 0;
     for (int step = 0; step < 600; ++step) {
+        // The test itself runs the same actions from outside any emission.
         const int roll = random.range(0, 99);
-        if (roll < 25 || real.live().empty()) {
-            if (real.live().size() < kMaxLive) {
-                real.connect();
-                model.connect();
-            }
-        } else if (roll < 35) {
-            const std::uint64_t pick = static_cast<std::uint64_t>(random.range(0, 1 << 20));
-            real.disconnect(real.idByRank(pick));
-            model.disconnect(model.idByRank(pick));
-        } else if (roll < 42) {
-            const std::uint64_t pick = static_cast<std::uint64_t>(random.range(0, 1 << 20));
-            real.block(real.idByRank(pick));
-            model.block(model.idByRank(pick));
-        } else if (roll < 50) {
-            const std::uint64_t pick = static_cast<std::uint64_t>(random.range(0, 1 << 20));
-            real.unblock(real.idByRank(pick));
-            model.unblock(model.idByRank(pick));
-        } else {
-            ++emissions;
-            const std::size_t before = real.calls.size();
-            real.emit(emissions);
-            model.emit(emissions);
-            if (real.calls.size() > before + 1) {
-                ++nonTrivialEmissions;
-            }
-        }
+        const Step outside{roll < 25 || real.live().empty() ? kConnectNew
+                           : roll < 35                      ? kDisconnectOther
+                           : roll < 42                      ? kBlock
+                           : roll < 50                      ? kUnblock
+                                                            : kEmit,
+                           static_cast<std::uint64_t>(random.range(0, 1 << 20))};
+        const std::size_t before = real.calls.size();
+        emissions += outside.action == kEmit;
+        perform(real, real.live().size(), outside, 0, [&] { real.emit(emissions); });
+        perform(model, model.size(), outside, 0, [&] { model.emit(emissions); });
+        nonTrivialEmissions += real.calls.size() > before + 1;
         expectSameState(real, model, step);
         if (HasFatalFailure()) {
             return;

@@ -1,5 +1,5 @@
-// SharedStringTest.cpp - the searching and comparison rules CString and IString share, run on
-// both through one typed suite; each class's own file keeps only what differs.
+// SharedStringTest.cpp - the editing, searching and comparison rules CString and IString share,
+// run on both through one typed suite; each class's own file keeps only what differs.
 #include <Base/String/kyStringCString.h>
 #include <Base/String/kyStringCharacter.h>
 #include <Base/String/kyStringIString.h>
@@ -16,15 +16,17 @@ using kyString::kNotFound;
 struct Narrow {
     using String = kyString::CString;
     static String of(const char* text) { return String(text); }
+    static std::string raw(const char* text) { return text; } // for the pointer overloads
     static char ch(char c) { return c; }
     static std::string text(const String& s) { return s.asChar(); }
 };
 
 struct Wide {
     using String = kyString::IString;
-    static String of(const char* text) {
+    static String of(const char* text) { return String(raw(text).c_str()); }
+    static std::wstring raw(const char* text) {
         const std::string narrow(text);
-        return String(std::wstring(narrow.begin(), narrow.end()).c_str());
+        return std::wstring(narrow.begin(), narrow.end());
     }
     static wchar_t ch(char c) { return static_cast<wchar_t>(c); }
     static std::string text(const String& s) { return s.asMultibyte(); }
@@ -35,6 +37,76 @@ class SharedStringTest : public ::testing::Test {};
 
 using StringKinds = ::testing::Types<Narrow, Wide>;
 TYPED_TEST_SUITE(SharedStringTest, StringKinds, );
+
+TYPED_TEST(SharedStringTest, Editing) {
+    using T = TypeParam;
+    auto s = T::of("mid");
+    s.append(T::of("-end")).append(T::raw("!").c_str()).append(T::ch('?'));
+    s.append(T::raw("xyz").c_str(), 1);
+    EXPECT_EQ(T::text(s), "mid-end!?x");
+    s.prepend(T::of("<")).prepend(T::raw("[").c_str()).prepend(T::ch('{'));
+    EXPECT_EQ(T::text(s), "{[<mid-end!?x");
+    auto t = T::of("ace");
+    t.insert(1, T::ch('b')).insert(3, T::raw("d").c_str()).insert(5, T::of("f"));
+    t.insert(6, T::raw("g").c_str());                            // at the end
+    t.insert(100, T::raw("no").c_str()).insert(100, T::ch('n')); // past the end: unchanged
+    EXPECT_EQ(T::text(t), "abcdefg");
+    t.replace(0, 3, T::raw("ABC").c_str());
+    t.replace(3, 1, T::ch('D'));
+    t.replace(4, 100, T::of("EF"));         // a count past the end is cut
+    t.replace(99, 1, T::raw("no").c_str()); // a position past the end: unchanged
+    EXPECT_EQ(T::text(t), "ABCDEF");
+    t.erase(1, 2);
+    t.remove(2);
+    t.erase(99, 1);
+    EXPECT_EQ(T::text(t), "AD");
+    t.assign(T::raw("x").c_str());
+    t.assign(T::of("q"));
+    EXPECT_EQ(T::text(t), "q");
+    t.assign(T::ch('r'));
+    EXPECT_EQ(T::text(t), "r");
+    t.assign(T::raw("stu").c_str(), 2);
+    EXPECT_EQ(T::text(t), "st");
+    t = T::raw("v").c_str();
+    t = T::ch('w');
+    EXPECT_EQ(T::text(t), "w");
+    t = t;
+    t += T::raw("!").c_str();
+    t += T::ch('?');
+    t += T::of(".");
+    EXPECT_EQ(T::text(t), "w!?.");
+    t.clear();
+    EXPECT_TRUE(t.isEmpty());
+    t.erase();
+    EXPECT_EQ(t.length(), 0u);
+}
+
+TYPED_TEST(SharedStringTest, SubstrCaseSwapStrip) {
+    using T = TypeParam;
+    const auto s = T::of("Hello, World");
+    EXPECT_EQ(T::text(s.substr(7)), "World");
+    EXPECT_EQ(T::text(s.substr(0, 5)), "Hello");
+    EXPECT_EQ(T::text(s.substr(7, 100)), "World");
+    EXPECT_EQ(T::text(s.substr(12)), "");
+    EXPECT_EQ(T::text(s.substr(50)), "");
+    auto u = s;
+    EXPECT_EQ(T::text(u.toUpperCase()), "HELLO, WORLD");
+    EXPECT_EQ(T::text(u.toLowerCase()), "hello, world");
+    auto a = T::of("a");
+    auto b = T::of("b");
+    a.swap(b);
+    EXPECT_EQ(T::text(a), "b");
+    swap(a, b);
+    EXPECT_EQ(T::text(a), "a");
+    auto padded = T::of("xx--value--xx");
+    EXPECT_EQ(T::text(padded.strip(T::ch('x'))), "--value--xx");
+    EXPECT_EQ(T::text(padded.rstrip(T::ch('x'))), "--value--");
+    auto spaces = T::of(" \t\n value \r\n");
+    EXPECT_EQ(T::text(spaces.stripSpaces()), "value \r\n");
+    EXPECT_EQ(T::text(spaces.rstripSpaces()), "value");
+    EXPECT_EQ(T::text(T::of("   ").stripSpaces()), "");
+    EXPECT_EQ(T::text(T::of("zzz").rstrip(T::ch('z'))), "");
+}
 
 TYPED_TEST(SharedStringTest, Searching) {
     using T = TypeParam;

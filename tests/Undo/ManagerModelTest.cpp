@@ -29,18 +29,15 @@ using undotest::TestCommand;
 
 constexpr int kValid = 16;
 
-void done(int& bits) {
-    bits = (bits & ~8) | 1 | 4;
-}
-void undone(int& bits) {
-    bits = (bits & ~4) | 2 | 8;
+// The bits after a do (`redo`) or an undo: "has been" and "last was" for that direction.
+void mark(int& bits, bool redo) {
+    bits = redo ? (bits & ~8) | 1 | 4 : (bits & ~4) | 2 | 8;
 }
 
 struct MCommand {
     Record* record = nullptr;
     int bits = kValid;
-    int expectedDo = 0;
-    int expectedUndo = 0;
+    int calls[2] = {0, 0}; // undo, do
 };
 
 struct MGroup {
@@ -60,6 +57,44 @@ struct MGroup {
     }
 };
 
+// A command runs its action once per change of direction and is marked even when the action
+// fails, which invalidates it for good.
+bool runCommand(MCommand& c, bool redo) {
+    if ((c.bits & kValid) == 0) {
+        return false;
+    }
+    if ((c.bits & (redo ? 4 : 8)) != 0) {
+        return true;
+    }
+    ++c.calls[redo];
+    const bool ok = !(redo ? c.record->failDo : c.record->failUndo);
+    mark(c.bits, redo);
+    if (!ok) {
+        c.bits &= ~kValid;
+    }
+    return ok;
+}
+
+// A group runs its commands forwards to do and backwards to undo; the first failure stops it
+// unmarked and invalid.
+bool runGroup(MGroup& g, bool redo) {
+    if ((g.bits & kValid) == 0) {
+        return false;
+    }
+    if ((g.bits & (redo ? 4 : 8)) != 0) {
+        return true;
+    }
+    const std::size_t n = g.commands.size();
+    for (std::size_t k = 0; k < n; ++k) {
+        if (!runCommand(g.commands[redo ? k : n - 1 - k], redo)) {
+            g.bits &= ~kValid;
+            return false;
+        }
+    }
+    mark(g.bits, redo);
+    return true;
+}
+
 // The reference: vectors and indices, no signals, no lists.
 class Model {
 public:
@@ -71,16 +106,14 @@ public:
     int queueChanged = 0;
     int groupRemoved = 0;
     int activeRuns = 0;
-    std::vector<Record*> deletedRecords;
+    std::vector<MCommand> deleted; // with their calls, checked to the end
 
     bool atEnd() const { return position == groups.size(); }
 
     int steps() const {
         int n = 0;
         for (std::size_t i = 0; i < groups.size(); ++i) {
-            if (i == 0 || !groups[i].dynamic) {
-                ++n;
-            }
+            n += i == 0 || !groups[i].dynamic;
         }
         return n;
     }
@@ -94,44 +127,40 @@ public:
 
     void remove(std::size_t i) {
         ++groupRemoved;
-        for (MCommand& c : groups[i].commands) {
-            deletedRecords.push_back(c.record);
-        }
+        deleted.insert(deleted.end(), groups[i].commands.begin(), groups[i].commands.end());
         groups.erase(groups.begin() + static_cast<long>(i));
-        if (position > i) {
-            --position;
-        }
+        position -= position > i;
     }
     void clearAll() {
         while (!groups.empty()) {
             remove(0);
         }
-        position = 0;
         ++queueChanged;
     }
     void deleteOldestStep() {
         const bool firstDynamic = groups.front().dynamic;
         remove(0);
-        if (!firstDynamic) {
-            while (!groups.empty() && groups.front().dynamic) {
-                remove(0);
-            }
+        while (!firstDynamic && !groups.empty() && groups.front().dynamic) {
+            remove(0);
         }
         ++queueChanged;
     }
     void enforce(bool reserve) {
-        if (maxGroups != 0) {
-            const long long limit = reserve ? maxGroups - 1LL : maxGroups;
-            while (steps() > limit && !groups.empty() && groups.front().prunable) {
-                deleteOldestStep();
-            }
+        const long long limit = reserve ? maxGroups - 1LL : maxGroups;
+        while (maxGroups != 0 && steps() > limit && !groups.empty() && groups.front().prunable) {
+            deleteOldestStep();
         }
-        if (maxBytes != 0) {
-            while (bytes() > maxBytes && !groups.empty() && groups.front().prunable) {
-                deleteOldestStep();
-            }
+        while (maxBytes != 0 && bytes() > maxBytes && !groups.empty() && groups.front().prunable) {
+            deleteOldestStep();
         }
         position = groups.size();
+    }
+    void setLimits(int groupLimit, int byteLimit) {
+        maxGroups = groupLimit;
+        maxBytes = byteLimit;
+        if (atEnd()) {
+            enforce(false);
+        }
     }
 
     // Returns false when recording is off.
@@ -146,18 +175,14 @@ public:
             ++queueChanged;
         }
         bool stopped = false;
-        while (!groups.empty()) {
+        while (!groups.empty() && !stopped) {
             const MGroup& last = groups.back();
-            if ((last.bits & kValid) != 0 || !last.prunable) {
-                stopped = true;
-                break;
+            stopped = (last.bits & kValid) != 0 || !last.prunable;
+            if (!stopped) {
+                remove(groups.size() - 1);
             }
-            remove(groups.size() - 1);
-            position = groups.size();
         }
-        if (!stopped) {
-            ++queueChanged;
-        }
+        queueChanged += !stopped;
         enforce(true);
         MGroup group;
         group.id = ++counter;
@@ -168,116 +193,29 @@ public:
         return true;
     }
 
-    static bool commandDo(MCommand& c) {
-        if ((c.bits & kValid) == 0) {
-            return false;
-        }
-        if ((c.bits & 4) != 0) {
-            done(c.bits);
-            return true;
-        }
-        ++c.expectedDo;
-        const bool ok = !c.record->failDo;
-        done(c.bits);
-        if (!ok) {
-            c.bits &= ~kValid;
-        }
-        return ok;
-    }
-    static bool commandUndo(MCommand& c) {
-        if ((c.bits & kValid) == 0) {
-            return false;
-        }
-        if ((c.bits & 8) != 0) {
-            undone(c.bits);
-            return true;
-        }
-        ++c.expectedUndo;
-        const bool ok = !c.record->failUndo;
-        undone(c.bits);
-        if (!ok) {
-            c.bits &= ~kValid;
-        }
-        return ok;
-    }
-    static bool groupDo(MGroup& g) {
-        if ((g.bits & kValid) == 0) {
-            return false;
-        }
-        if ((g.bits & 4) != 0) {
-            return true;
-        }
-        for (MCommand& c : g.commands) {
-            if (!commandDo(c)) {
-                g.bits &= ~kValid;
-                return false;
-            }
-        }
-        done(g.bits);
-        return true;
-    }
-    static bool groupUndo(MGroup& g) {
-        if ((g.bits & kValid) == 0) {
-            return false;
-        }
-        if ((g.bits & 8) != 0) {
-            return true;
-        }
-        for (std::size_t i = g.commands.size(); i-- > 0;) {
-            if (!commandUndo(g.commands[i])) {
-                g.bits &= ~kValid;
-                return false;
-            }
-        }
-        undone(g.bits);
-        return true;
-    }
-
-    bool redo() {
+    // One step of groups, a group and the dynamic ones tied to it; a step without commands is
+    // stepped over; a failure discards the whole history.
+    bool run(bool redo) {
         bool result = true;
-        if (!atEnd()) {
+        if (redo ? !atEnd() : position != 0) {
             ++activeRuns;
             std::size_t total = 0;
             for (;;) {
+                position -= !redo;
                 MGroup& g = groups[position];
                 total += g.commands.size();
-                if (!groupDo(g)) {
+                if (!runGroup(g, redo)) {
                     clearAll();
                     result = false;
                     break;
                 }
-                ++position;
-                if (atEnd() || !groups[position].dynamic) {
+                position += redo;
+                if (redo ? atEnd() || !groups[position].dynamic : position == 0 || !g.dynamic) {
                     break;
                 }
             }
             if (total == 0) {
-                result = redo();
-            }
-        }
-        ++queueChanged;
-        return result;
-    }
-    bool undo() {
-        bool result = true;
-        if (position != 0) {
-            ++activeRuns;
-            std::size_t total = 0;
-            for (;;) {
-                --position;
-                MGroup& g = groups[position];
-                total += g.commands.size();
-                if (!groupUndo(g)) {
-                    clearAll();
-                    result = false;
-                    break;
-                }
-                if (position == 0 || !g.dynamic) {
-                    break;
-                }
-            }
-            if (total == 0) {
-                result = undo();
+                result = run(redo);
             }
         }
         ++queueChanged;
@@ -305,21 +243,12 @@ public:
         }
         ++queueChanged;
     }
-    void pointerDestroyed(const void* p) {
-        for (MGroup& g : groups) {
-            if (g.declared.count(p) != 0) {
-                g.bits &= ~kValid;
-            }
-        }
-    }
     bool reaches(int id) const {
-        std::size_t i = position;
-        while (i > 0) {
-            --i;
-            if (groups[i].id <= id) {
+        for (std::size_t i = position; i > 0; --i) {
+            if (groups[i - 1].id <= id) {
                 return true;
             }
-            if (!groups[i].dynamic) {
+            if (!groups[i - 1].dynamic) {
                 return false;
             }
         }
@@ -329,25 +258,23 @@ public:
 
 class ManagerModelTest : public ::testing::TestWithParam<std::uint32_t> {
 protected:
-    void compare(int step, const char* op) {
-        SCOPED_TRACE(std::string("step ") + std::to_string(step) + " (" + op + ")");
+    void compare(int step, int op) {
+        SCOPED_TRACE("step " + std::to_string(step) + " (operation " + std::to_string(op) + ")");
         const int n = static_cast<int>(model_.groups.size());
         ASSERT_EQ(manager_->getNumGroups(false), n);
         ASSERT_EQ(manager_->getNumGroups(true), model_.steps());
         ASSERT_EQ(manager_->canRedo(), !model_.atEnd());
         ASSERT_EQ(manager_->canUndo(), model_.position != 0);
         Group* current = manager_->getCurrentGroup();
-        if (model_.atEnd()) {
-            ASSERT_EQ(current, nullptr);
-        } else {
-            ASSERT_NE(current, nullptr);
-            ASSERT_EQ(current->getID(), model_.groups[model_.position].id);
-        }
+        ASSERT_EQ(current == nullptr ? 0 : current->getID(),
+                  model_.atEnd() ? 0 : model_.groups[model_.position].id);
         for (int i = 0; i < n; ++i) {
             const MGroup& m = model_.groups[static_cast<std::size_t>(i)];
             Group* g = manager_->getGroup(i);
             ASSERT_NE(g, nullptr);
             ASSERT_EQ(g->getID(), m.id) << "group " << i;
+            ASSERT_EQ(manager_->getGroup(i - n), g); // counted from the end
+            ASSERT_EQ(manager_->findGroup(m.id), g);
             ASSERT_EQ(g->isDynamic(), m.dynamic) << "group " << i;
             ASSERT_EQ(g->isPrunable(), m.prunable) << "group " << i;
             ASSERT_EQ(g->stateBits(), m.bits) << "group " << i;
@@ -356,13 +283,19 @@ protected:
             for (std::size_t k = 0; k < m.commands.size(); ++k) {
                 const MCommand& mc = m.commands[k];
                 ASSERT_EQ(g->getCommand(static_cast<int>(k))->stateBits(), mc.bits);
-                ASSERT_EQ(mc.record->doCalls, mc.expectedDo) << "group " << i << " command " << k;
-                ASSERT_EQ(mc.record->undoCalls, mc.expectedUndo);
+                ASSERT_EQ(g->getCommand(static_cast<int>(k))->getID(), static_cast<int>(k) + 1);
+                ASSERT_EQ(mc.record->doCalls, mc.calls[1]) << "group " << i << " command " << k;
+                ASSERT_EQ(mc.record->undoCalls, mc.calls[0]);
                 ASSERT_FALSE(mc.record->deleted);
             }
         }
-        for (Record* r : model_.deletedRecords) {
-            ASSERT_TRUE(r->deleted);
+        ASSERT_EQ(manager_->getGroup(n), nullptr);
+        ASSERT_EQ(manager_->getGroup(-n - 1), nullptr);
+        ASSERT_EQ(manager_->findGroup(0), nullptr);
+        for (const MCommand& mc : model_.deleted) {
+            ASSERT_TRUE(mc.record->deleted);
+            ASSERT_EQ(mc.record->doCalls, mc.calls[1]);
+            ASSERT_EQ(mc.record->undoCalls, mc.calls[0]);
         }
         ASSERT_EQ(counts_.queueChanged, model_.queueChanged);
         ASSERT_EQ(counts_.queueChangedFalse, 0);
@@ -387,105 +320,95 @@ TEST_P(ManagerModelTest, RandomHistoriesMatchTheModel) {
     manager_.reset(kyUndo::newManager());
     counts_.attach(manager_.get());
     int pointers[6] = {};
-    int opCounts[16] = {};
-    const char* opName = "";
+    // Per cent of the steps given to each operation, in the order of the switch below.
+    const int weights[] = {30, 20, 18, 4, 4, 1, 3, 3, 3, 4, 3, 3, 4, 6, 2};
+    int opCounts[15] = {};
+    auto anyGroup = [&] { return random.range(0, static_cast<int>(model_.groups.size()) - 1); };
 
     for (int step = 0; step < 4000; ++step) {
-        const int roll = random.range(0, 99);
-        if (roll < 30) {
-            opName = "newGroup";
-            ++opCounts[0];
+        int op = 0;
+        for (int roll = random.range(0, 107); roll >= weights[op]; ++op) {
+            roll -= weights[op];
+        }
+        ++opCounts[op];
+        switch (op) {
+        case 0: {
             const bool dynamic = random.chance(25);
-            const bool named = random.chance(70);
-            Group* g = manager_->newGroup(named ? "g" : nullptr, dynamic);
-            const bool recorded = model_.newGroup(dynamic);
-            ASSERT_EQ(g != nullptr, recorded);
-            if (g != nullptr) {
-                MGroup& m = model_.groups.back();
-                const int commands = random.chance(15) ? 0 : random.range(1, 4);
-                for (int k = 0; k < commands; ++k) {
-                    records_.emplace_back();
-                    Record& r = records_.back();
-                    r.bytes = random.range(1, 4) * 256;
-                    r.failDo = random.chance(4);
-                    r.failUndo = random.chance(4);
-                    new TestCommand(&r, random.chance(50) ? "c" : nullptr, g);
-                    MCommand command;
-                    command.record = &r;
-                    m.commands.push_back(command);
-                }
-                if (random.chance(30)) {
-                    const int which = random.range(0, 5);
-                    g->declarePointer(&pointers[which]);
-                    m.declared.insert(&pointers[which]);
-                }
-                if (random.chance(5)) {
-                    g->setPrunable(false);
-                    m.prunable = false;
-                }
-                if (random.chance(50)) {
-                    // The application does the group right away, as it records it.
-                    const bool ok = g->doIt();
-                    ASSERT_EQ(ok, Model::groupDo(m));
-                }
+            Group* g = manager_->newGroup(random.chance(70) ? "g" : nullptr, dynamic);
+            ASSERT_EQ(g != nullptr, model_.newGroup(dynamic));
+            if (g == nullptr) {
+                break;
             }
-        } else if (roll < 50) {
-            opName = "undoIt";
-            ++opCounts[1];
-            const bool expected = model_.undo();
-            ASSERT_EQ(manager_->undoIt(), expected) << "step " << step;
-        } else if (roll < 68) {
-            opName = "doIt";
-            ++opCounts[2];
-            const bool expected = model_.redo();
-            ASSERT_EQ(manager_->doIt(), expected) << "step " << step;
-        } else if (roll < 72) {
-            opName = "deleteLastGroup";
-            ++opCounts[3];
+            MGroup& m = model_.groups.back();
+            const int commands = random.chance(15) ? 0 : random.range(1, 4);
+            for (int k = 0; k < commands; ++k) {
+                records_.emplace_back();
+                Record& r = records_.back();
+                r.bytes = random.range(1, 4) * 256;
+                r.failDo = random.chance(4);
+                r.failUndo = random.chance(4);
+                new TestCommand(&r, random.chance(50) ? "c" : nullptr, g);
+                m.commands.push_back(MCommand{&r});
+            }
+            if (random.chance(30)) {
+                const int* p = &pointers[random.range(0, 5)];
+                g->declarePointer(p);
+                m.declared.insert(p);
+            }
+            if (random.chance(5)) {
+                g->setPrunable(false);
+                m.prunable = false;
+            }
+            if (random.chance(50)) { // the application does the group as it records it
+                ASSERT_EQ(g->doIt(), runGroup(m, true));
+            }
+            break;
+        }
+        case 1:
+        case 2: {
+            const bool redo = op == 2;
+            const bool expected = model_.run(redo);
+            ASSERT_EQ(redo ? manager_->doIt() : manager_->undoIt(), expected) << "step " << step;
+            break;
+        }
+        case 3:
             manager_->deleteLastGroup();
             model_.deleteLast();
-        } else if (roll < 76) {
-            opName = "associateGroups";
-            ++opCounts[4];
+            break;
+        case 4: {
             const int first = random.range(model_.counter - 6, model_.counter + 1);
             const int last = first + random.range(-1, 4);
             manager_->associateGroups(first, last);
             model_.associate(first, last);
-        } else if (roll < 77) {
-            opName = "clearAllGroups";
-            ++opCounts[5];
+            break;
+        }
+        case 5:
             manager_->clearAllGroups();
             model_.clearAll();
-        } else if (roll < 80) {
-            opName = "pointerDestroyed";
-            ++opCounts[6];
+            break;
+        case 6: {
             const void* p = &pointers[random.range(0, 5)];
             manager_->pointerDestroyed(p);
-            model_.pointerDestroyed(p);
-        } else if (roll < 83) {
-            opName = "setMaxGroups";
-            ++opCounts[7];
+            for (MGroup& g : model_.groups) {
+                g.bits &= g.declared.count(p) != 0 ? ~kValid : ~0;
+            }
+            break;
+        }
+        case 7: {
             const int limit = random.chance(10) ? -1 : random.range(0, 8);
             manager_->setMaxGroups(limit);
-            model_.maxGroups = limit;
-            if (model_.atEnd()) {
-                model_.enforce(false);
-            }
-        } else if (roll < 86) {
-            opName = "setMaxBytes";
-            ++opCounts[8];
+            model_.setLimits(limit, model_.maxBytes);
+            break;
+        }
+        case 8: {
             const int limit = random.chance(20) ? 0 : random.range(1, 16) * 512;
             manager_->setMaxBytes(limit);
-            model_.maxBytes = limit;
-            if (model_.atEnd()) {
-                model_.enforce(false);
-            }
-        } else if (roll < 90) {
-            opName = "toggle failure";
-            ++opCounts[9];
+            model_.setLimits(model_.maxGroups, limit);
+            break;
+        }
+        case 9: // change what a recorded command will do next time
             if (!model_.groups.empty()) {
-                MGroup& m = model_.groups[static_cast<std::size_t>(
-                    random.range(0, static_cast<int>(model_.groups.size()) - 1))];
+                MGroup& m = model_.groups[static_cast<std::size_t>(anyGroup())];
                 if (!m.commands.empty()) {
                     Record* r = m.commands[static_cast<std::size_t>(random.range(
                                                0, static_cast<int>(m.commands.size()) - 1))]
@@ -494,53 +417,67 @@ TEST_P(ManagerModelTest, RandomHistoriesMatchTheModel) {
                     r->failUndo = random.chance(30);
                 }
             }
-        } else if (roll < 93) {
-            opName = "delete group";
-            ++opCounts[10];
+            break;
+        case 10: // the application deletes a group it holds
             if (!model_.groups.empty()) {
-                const int i = random.range(0, static_cast<int>(model_.groups.size()) - 1);
+                const int i = anyGroup();
                 delete manager_->getGroup(i);
                 model_.remove(static_cast<std::size_t>(i));
             }
-        } else if (roll < 96) {
-            opName = "currentStepReaches";
-            ++opCounts[11];
+            break;
+        case 11: {
             const int id = random.range(0, model_.counter + 1);
             ASSERT_EQ(manager_->currentStepReaches(id), model_.reaches(id)) << "step " << step;
-        } else {
-            opName = "invalidate";
-            ++opCounts[12];
+            break;
+        }
+        case 13: // a direct call, which runs nothing twice in a row and fails for good
             if (!model_.groups.empty()) {
-                const int i = random.range(0, static_cast<int>(model_.groups.size()) - 1);
+                const int i = anyGroup();
+                MGroup& m = model_.groups[static_cast<std::size_t>(i)];
+                Group* g = manager_->getGroup(i);
+                const bool redo = random.chance(50);
+                if (m.commands.empty() || random.chance(50)) {
+                    ASSERT_EQ(redo ? g->doIt() : g->undoIt(), runGroup(m, redo));
+                } else {
+                    const int k = random.range(0, static_cast<int>(m.commands.size()) - 1);
+                    kyUndo::Command* c = g->getCommand(k);
+                    ASSERT_EQ(redo ? c->doIt() : c->undoIt(),
+                              runCommand(m.commands[static_cast<std::size_t>(k)], redo));
+                }
+            }
+            break;
+        case 14:
+            ASSERT_EQ(manager_->nextGroupID(), ++model_.counter); // an id for the caller
+            break;
+        default:
+            if (!model_.groups.empty()) {
+                const int i = anyGroup();
                 manager_->getGroup(i)->stateInvalid();
                 model_.groups[static_cast<std::size_t>(i)].bits &= ~kValid;
             }
+            break;
         }
         // Recording stays mostly on so that histories grow.
         if (model_.maxGroups < 0 && random.chance(30)) {
             manager_->setMaxGroups(0);
-            model_.maxGroups = 0;
-            if (model_.atEnd()) {
-                model_.enforce(false);
-            }
+            model_.setLimits(0, model_.maxBytes);
         }
-        compare(step, opName);
+        compare(step, op);
         if (HasFatalFailure()) {
             return;
         }
     }
-    for (int op = 0; op <= 12; ++op) {
+    for (int op = 0; op < 15; ++op) {
         EXPECT_GT(opCounts[op], 10) << "operation " << op << " was hardly exercised";
     }
     // Undo and redo must have done real work, failures included.
-    int doCalls = 0;
-    int undoCalls = 0;
+    int calls[2] = {0, 0};
     for (const Record& r : records_) {
-        doCalls += r.doCalls;
-        undoCalls += r.undoCalls;
+        calls[0] += r.undoCalls;
+        calls[1] += r.doCalls;
     }
-    EXPECT_GT(doCalls, 500);
-    EXPECT_GT(undoCalls, 500);
+    EXPECT_GT(calls[0], 500);
+    EXPECT_GT(calls[1], 500);
     EXPECT_GT(counts_.groupRemoved, 200);
 
     manager_.reset();

@@ -57,43 +57,22 @@ protected:
     }
 };
 
-TEST_F(TraceTest, InitWritesASeparatorAndAppends) {
-    const std::string file = path("trace.txt");
-    kyUndoReportInit(file.c_str());
-    kyUndoReport("one %d\n", 1);
-    kyUndoReportInit(file.c_str()); // reopened for appending
-    kyUndoReport("%s and %d\n", "two", 2);
-    kyUndoReportInit(nullptr);
-    kyUndoReport("not written\n");
-    EXPECT_EQ(readLines(file),
-              (std::vector<std::string>{"", "------------------------------", "", "one 1", "",
-                                        "------------------------------", "", "two and 2"}));
-}
-
-TEST_F(TraceTest, SilentWhileNoFileIsOpen) {
+TEST_F(TraceTest, InitAppendsASeparatorAndLongTextIsCut) {
     kyUndoReport("nothing %d\n", 1); // no file: nothing happens
     const std::string file = path("trace.txt");
     kyUndoReportInit(file.c_str());
+    kyUndoReport("one %d\n", 1);
     kyUndoReportInit(""); // an empty path only closes
     kyUndoReport("lost\n");
-    // An unopenable path leaves tracing off.
-    kyUndoReportInit(dir().string().c_str());
+    kyUndoReportInit(dir().string().c_str()); // unopenable: tracing stays off
     kyUndoReport("lost too\n");
-    EXPECT_EQ(readLines(file),
-              (std::vector<std::string>{"", "------------------------------", ""}));
-}
-
-TEST_F(TraceTest, LongTextIsCutAt1023Characters) {
-    const std::string file = path("trace.txt");
-    kyUndoReportInit(file.c_str());
-    const std::string longText(3000, 'x');
-    kyUndoReport("%s", longText.c_str());
-    kyUndoReport("\nend\n");
+    kyUndoReportInit(file.c_str()); // reopened for appending
+    kyUndoReport("%s and %d\n", std::string(3000, 'x').c_str(), 2);
     kyUndoReportInit(nullptr);
-    const std::vector<std::string> lines = readLines(file);
-    ASSERT_EQ(lines.size(), 5u);
-    EXPECT_EQ(lines[3], std::string(1023, 'x'));
-    EXPECT_EQ(lines[4], "end");
+    kyUndoReport("not written\n");
+    const std::string separator = "------------------------------";
+    EXPECT_EQ(readLines(file), (std::vector<std::string>{"", separator, "", "one 1", "", separator,
+                                                         "", std::string(1023, 'x')}));
 }
 
 TEST_F(TraceTest, WholeScenario) {
@@ -106,18 +85,12 @@ TEST_F(TraceTest, WholeScenario) {
     pointers['P'] = pointerText(&object);
 
     kyUndo::Manager* m = kyUndo::newManager();
-    undotest::SignalCounts counts;
-    counts.attach(m);
 
     kyUndo::Group* first = m->newGroup("first", false);
     pointers['A'] = pointerText(new TestCommand(&ra, "alpha", first));
     pointers['B'] = pointerText(new TestCommand(&rb, nullptr, first));
     rb.bytes = 100;
     EXPECT_TRUE(first->doIt());
-    EXPECT_TRUE(m->undoIt());
-    EXPECT_TRUE(m->undoIt());
-    EXPECT_TRUE(m->doIt());
-    EXPECT_TRUE(m->doIt());
 
     kyUndo::Group* second = m->newGroup(nullptr, true);
     pointers['C'] = pointerText(new TestCommand(&rc, "gamma", second));
@@ -137,6 +110,7 @@ TEST_F(TraceTest, WholeScenario) {
     EXPECT_TRUE(m->undoIt());
     EXPECT_TRUE(m->undoIt());
     EXPECT_TRUE(m->doIt());
+    EXPECT_TRUE(m->doIt());
     m->associateGroups(1, 10);
 
     kyUndo::Group* failing = m->newGroup("undo-fails", false);
@@ -147,7 +121,6 @@ TEST_F(TraceTest, WholeScenario) {
 
     kyUndo::Group* p1 = m->newGroup("p1", false);
     pointers['H'] = pointerText(new TestCommand(&rh, "eta", p1));
-    m->newGroup("p2", false);
     EXPECT_TRUE(m->undoIt());
     m->deleteLastGroup(); // not at the end: nothing
     m->setMaxGroups(1);   // not at the end: stored only
@@ -171,19 +144,6 @@ TEST_F(TraceTest, WholeScenario) {
         "  + kyUndo::Group: doIt() - (first) 2 commands 1124 bytes.",
         "    + kyUndo::Command: doIt (alpha, 0x{A}), 1024 bytes",
         "    + kyUndo::Command: doIt ((null), 0x{B}), 100 bytes",
-        // undo, undo at the beginning, redo, redo at the end
-        "- kyUndo::Manager: undoIt() - 1 groups, 1124 bytes used",
-        "  - kyUndo::Group: undoIt() - (first) 2 commands 1124 bytes.",
-        "    - kyUndo::Command: undoIt ((null), 0x{B}), 100 bytes",
-        "    - kyUndo::Command: undoIt (alpha, 0x{A}), 1024 bytes",
-        "- kyUndo::Manager: undoIt() - 1 groups, 1124 bytes used",
-        "- kyUndo::Manager: undoIt() - at beginning of queue.",
-        "+ kyUndo::Manager: doIt() - 1 groups, 1124 bytes used",
-        "  + kyUndo::Group: doIt() - (first) 2 commands 1124 bytes.",
-        "    + kyUndo::Command: doIt (alpha, 0x{A}), 1024 bytes",
-        "    + kyUndo::Command: doIt ((null), 0x{B}), 100 bytes",
-        "+ kyUndo::Manager: doIt() - 1 groups, 1124 bytes used",
-        "+ kyUndo::Manager: doIt() - at end of queue.",
         // an unnamed dynamic group whose command fails
         "--------------------------------------------------------",
         "kyUndo::newGroup (noname, dynamic = 1)",
@@ -218,7 +178,7 @@ TEST_F(TraceTest, WholeScenario) {
         "    kyUndo::Command: delete (noname, 0x{B})",
         "  kyUndo::Group: delete group (third) - 1024 bytes",
         "    kyUndo::Command: delete (delta, 0x{D})",
-        // an empty step is stepped over in both directions
+        // an empty step is stepped over in both directions; the ends of the queue
         "--------------------------------------------------------",
         "kyUndo::newGroup (empty, dynamic = 0)",
         "kyUndo::Manager: pruneTrailingInvalidGroups()",
@@ -242,6 +202,8 @@ TEST_F(TraceTest, WholeScenario) {
         "+ kyUndo::Manager: doIt() - 2 groups, 1024 bytes used",
         "  + kyUndo::Group: doIt() - (last) 1 commands 1024 bytes.",
         "    + kyUndo::Command: doIt (epsilon, 0x{E}), 1024 bytes",
+        "+ kyUndo::Manager: doIt() - 2 groups, 1024 bytes used",
+        "+ kyUndo::Manager: doIt() - at end of queue.",
         "kyUndo::Manager: associateGroups (1, 10)",
         // a failing undo discards the history
         "--------------------------------------------------------",
@@ -271,20 +233,12 @@ TEST_F(TraceTest, WholeScenario) {
         "kyUndo::Manager: pruneTrailingInvalidGroups()",
         "  kyUndo::Group: new group (p1)",
         "    kyUndo::Command: new (eta, 0x{H})",
-        "--------------------------------------------------------",
-        "kyUndo::newGroup (p2, dynamic = 0)",
-        "kyUndo::Manager: pruneTrailingInvalidGroups()",
-        "  kyUndo::Group: new group (p2)",
-        "- kyUndo::Manager: undoIt() - 2 groups, 1024 bytes used",
-        "  - kyUndo::Group: undoIt() - (p2) 0 commands 0 bytes.",
-        "- kyUndo::Manager: undoIt() - empty group, undoing again.",
-        "- kyUndo::Manager: undoIt() - 2 groups, 1024 bytes used",
+        "- kyUndo::Manager: undoIt() - 1 groups, 1024 bytes used",
         "  - kyUndo::Group: undoIt() - (p1) 1 commands 1024 bytes.",
         "    - kyUndo::Command: undoIt (eta, 0x{H}), 1024 bytes",
         "--------------------------------------------------------",
         "kyUndo::newGroup (p3, dynamic = 0)",
         "kyUndo::Manager: pruneUndoneGroups()",
-        "  kyUndo::Group: delete group (p2) - 0 bytes",
         "  kyUndo::Group: delete group (p1) - 1024 bytes",
         "    kyUndo::Command: delete (eta, 0x{H})",
         "kyUndo::Manager: pruneTrailingInvalidGroups()",
@@ -306,13 +260,6 @@ TEST_F(TraceTest, WholeScenario) {
         ASSERT_EQ(actual[i], expand(expected[i], pointers)) << "line " << i + 1;
     }
     EXPECT_EQ(actual.size(), n);
-
-    // The same run's signals.
-    EXPECT_EQ(counts.groupRemoved, 10);
-    EXPECT_EQ(counts.activeTrue, 10);
-    EXPECT_EQ(counts.activeFalse, 10);
-    EXPECT_EQ(counts.queueChangedFalse, 0);
-    EXPECT_EQ(counts.queueChanged, 34);
 }
 
 } // namespace

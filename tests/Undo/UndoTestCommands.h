@@ -6,7 +6,6 @@
 #include <Base/Undo/kyUndoGroup.h>
 #include <Base/Undo/kyUndoManager.h>
 
-#include <string>
 #include <vector>
 
 namespace undotest {
@@ -19,8 +18,6 @@ struct Record {
     int doCalls = 0;
     int undoCalls = 0;
     bool deleted = false;
-    std::string label;
-    std::vector<std::string>* log = nullptr;
 };
 
 /// A command that counts its calls in a `Record` and fails on demand.
@@ -32,42 +29,16 @@ public:
 
     bool performDo() override {
         ++record_->doCalls;
-        if (record_->log != nullptr) {
-            record_->log->push_back("do " + record_->label);
-        }
         return !record_->failDo;
     }
     bool performUndo() override {
         ++record_->undoCalls;
-        if (record_->log != nullptr) {
-            record_->log->push_back("undo " + record_->label);
-        }
         return !record_->failUndo;
     }
     int getNumBytesUsed() const override { return record_->bytes; }
 
 private:
     Record* record_;
-};
-
-/// A command that sets an int and restores it.
-class SetValue : public kyUndo::Command {
-public:
-    SetValue(int* target, int value, kyUndo::Group* group)
-        : Command("set value", group), target_(target), old_(*target), new_(value) {}
-    bool performDo() override {
-        *target_ = new_;
-        return true;
-    }
-    bool performUndo() override {
-        *target_ = old_;
-        return true;
-    }
-
-private:
-    int* target_;
-    int old_;
-    int new_;
 };
 
 /// Counts the emissions of a manager's three signals.

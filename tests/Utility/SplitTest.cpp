@@ -18,98 +18,61 @@ std::vector<std::string> tokens(const ky::vector<CString>& out) {
     return v;
 }
 
-struct Good {
-    const char* text;
-    std::vector<std::string> expected;
-};
-
-struct Bad {
+// Code 0 and an empty message for a good line; the failure column otherwise, with the tokens
+// taken before the failure.
+struct Case {
+    bool backslash;
     const char* text;
     int code;
     const char* message;
-    std::vector<std::string> kept;
+    std::vector<std::string> tokens;
 };
 
 } // namespace
 
-TEST(SplitWithQuotes, Tokens) {
-    const Good cases[] = {
-        {"", {}},
-        {"   \t\n ", {}},
-        {"a", {"a"}},
-        {"a \"b c\" d", {"a", "b c", "d"}},
-        {"  lead  and   trail  ", {"lead", "and", "trail"}},
-        {"\"\"", {""}},
-        {"x \"\" y", {"x", "", "y"}},
-        {"\"a\tb\"", {"a\tb"}},
-        {"\"quoted\"", {"quoted"}},
-        {"\"end\" ", {"end"}},
-        {"mid'single'quote", {"mid'single'quote"}},
+TEST(Split, TokensAndFailures) {
+    const Case cases[] = {
+        {false, "", 0, "", {}},
+        {false, "   \t\n ", 0, "", {}},
+        {false, "a \"b c\" d", 0, "", {"a", "b c", "d"}},
+        {false, "  lead  and   trail  ", 0, "", {"lead", "and", "trail"}},
+        {false, "x \"\" y", 0, "", {"x", "", "y"}},
+        {false, "\"a\tb\"", 0, "", {"a\tb"}},
+        {false, "\"end\" ", 0, "", {"end"}},
+        {false, "mid'single'quote", 0, "", {"mid'single'quote"}},
+        {false, "ab\"c", 2, "Unexpected character before a double quote: 'b'", {}},
+        {false, "\"abc", 1, "Unmatched double quote", {}},
+        {false, "\"x\"y", 4, "Unexpected character after double quote: 'y'", {}},
+        {false, "ok \"", 4, "Unmatched double quote", {"ok"}},
+        {false,
+         "one two x\"",
+         9,
+         "Unexpected character before a double quote: 'x'",
+         {"one", "two"}},
+        {false, "a \"b c", 3, "Unmatched double quote", {"a"}},
+        {false, "\"a\"\"b\"", 4, "Unexpected character after double quote: '\"'", {}},
+        {true, "", 0, "", {}},
+        {true, "a\\\"b \"c d\"", 0, "", {"a\"b", "c d"}},
+        {true, "a\\\\b", 0, "", {"a\\b"}},
+        {true, "pre\"mid dle\"post x", 0, "", {"premid dlepost", "x"}},
+        {true, "\"a\\\"b\"", 0, "", {"a\"b"}},
+        {true, "\"\" \"\"", 0, "", {"", ""}},
+        {true, "a\\n", 3, "Illegal escape of character 'n'", {}},
+        {true, "ab\\", 3, "Single backslash character", {}},
+        {true, "\\", 1, "Single backslash character", {}},
+        {true, "x \"abc", 3, "Unmatched double quote", {"x"}},
+        {true, "x a\"b c", 4, "Unmatched double quote", {"x"}},
+        {true, "ok a\\ b", 6, "Illegal escape of character ' '", {"ok"}},
+        {true, "\"open\" \"", 8, "Unmatched double quote", {"open"}},
     };
-    for (const Good& c : cases) {
-        ky::vector<CString> out;
-        Error e = kyUtil::splitWithQuotes(c.text, out);
-        EXPECT_EQ(e.code(), 0) << c.text << ": " << e.message();
-        EXPECT_EQ(tokens(out), c.expected) << c.text;
-    }
-}
-
-TEST(SplitWithQuotes, Failures) {
-    const Bad cases[] = {
-        {"ab\"c", 2, "Unexpected character before a double quote: 'b'", {}},
-        {"\"abc", 1, "Unmatched double quote", {}},
-        {"\"x\"y", 4, "Unexpected character after double quote: 'y'", {}},
-        {"\"", 1, "Unmatched double quote", {}},
-        {"ok \"", 4, "Unmatched double quote", {"ok"}},
-        {"one two x\"", 9, "Unexpected character before a double quote: 'x'", {"one", "two"}},
-        {"a \"b c", 3, "Unmatched double quote", {"a"}},
-        {"\"a\"\"b\"", 4, "Unexpected character after double quote: '\"'", {}},
-    };
-    for (const Bad& c : cases) {
+    for (const Case& c : cases) {
         ky::vector<CString> out;
         out.push_back(CString("stale")); // cleared first
-        Error e = kyUtil::splitWithQuotes(c.text, out);
+        Error e = c.backslash ? kyUtil::splitWithQuotesAndBackslash(c.text, out)
+                              : kyUtil::splitWithQuotes(c.text, out);
         EXPECT_EQ(e.code(), c.code) << c.text;
         EXPECT_STREQ(e.message(), c.message) << c.text;
-        EXPECT_EQ(tokens(out), c.kept) << c.text;
-    }
-}
-
-TEST(SplitWithQuotesAndBackslash, Tokens) {
-    const Good cases[] = {
-        {"", {}},
-        {"a\\\"b \"c d\"", {"a\"b", "c d"}},
-        {"a\\\\b", {"a\\b"}},
-        {"pre\"mid dle\"post x", {"premid dlepost", "x"}},
-        {"\"\"", {""}},
-        {"\"a\\\"b\"", {"a\"b"}},
-        {"  x  ", {"x"}},
-        {"\"\" \"\"", {"", ""}},
-    };
-    for (const Good& c : cases) {
-        ky::vector<CString> out;
-        Error e = kyUtil::splitWithQuotesAndBackslash(c.text, out);
-        EXPECT_EQ(e.code(), 0) << c.text << ": " << e.message();
-        EXPECT_EQ(tokens(out), c.expected) << c.text;
-    }
-}
-
-TEST(SplitWithQuotesAndBackslash, Failures) {
-    const Bad cases[] = {
-        {"a\\n", 3, "Illegal escape of character 'n'", {}},
-        {"ab\\", 3, "Single backslash character", {}},
-        {"\\", 1, "Single backslash character", {}},
-        {"x \"abc", 3, "Unmatched double quote", {"x"}},
-        {"x a\"b c", 4, "Unmatched double quote", {"x"}},
-        {"ok a\\ b", 6, "Illegal escape of character ' '", {"ok"}},
-        {"\"open\" \"", 8, "Unmatched double quote", {"open"}},
-    };
-    for (const Bad& c : cases) {
-        ky::vector<CString> out;
-        Error e = kyUtil::splitWithQuotesAndBackslash(c.text, out);
-        EXPECT_EQ(e.code(), c.code) << c.text;
-        EXPECT_STREQ(e.message(), c.message) << c.text;
-        EXPECT_EQ(tokens(out), c.kept) << c.text;
+        EXPECT_EQ(tokens(out), c.tokens) << c.text;
     }
 }
 
