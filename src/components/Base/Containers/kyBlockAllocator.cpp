@@ -32,7 +32,8 @@ void BlockAllocator::swap(BlockAllocator& other) noexcept {
     std::swap(numElementsInBlock_, other.numElementsInBlock_);
     std::swap(blockBytes_, other.blockBytes_);
     std::swap(numAllocated_, other.numAllocated_);
-    std::swap(numFreed_, other.numFreed_);
+    std::swap(numCarved_, other.numCarved_);
+    std::swap(numDropped_, other.numDropped_);
     std::swap(lazy_, other.lazy_);
 }
 
@@ -46,10 +47,14 @@ void BlockAllocator::setNumElementsInBlock(int n) {
 
 void* BlockAllocator::allocFromNewBlock() {
     Block* block = static_cast<Block*>(std::malloc(blockBytes_));
+    if (block == nullptr) {
+        return nullptr;
+    }
     block->used = 1;
     block->next = blocks_;
     blocks_ = block;
     ++numAllocated_;
+    ++numCarved_;
     return reinterpret_cast<char*>(block) + kHeaderBytes;
 }
 
@@ -63,7 +68,8 @@ void BlockAllocator::freeEverything() {
     blocks_ = nullptr;
     freeList_ = nullptr;
     numAllocated_ = 0;
-    numFreed_ = 0;
+    numCarved_ = 0;
+    numDropped_ = 0;
 }
 
 } // namespace ky

@@ -41,17 +41,17 @@ public:
     void setNumElementsInBlock(int n);
     int numElementsInBlock() const { return numElementsInBlock_; }
 
-    /// One object's memory, uninitialised.
+    /// One object's memory, uninitialised; null only when a new block cannot be allocated.
     void* alloc() {
         if (freeList_ != nullptr) {
             FreeSlot* slot = freeList_;
             freeList_ = slot->next;
             ++numAllocated_;
-            --numFreed_;
             return slot;
         }
         if (blocks_ != nullptr && blocks_->used < numElementsInBlock_) {
             ++numAllocated_;
+            ++numCarved_;
             return reinterpret_cast<char*>(blocks_) + kHeaderBytes +
                    static_cast<std::size_t>(blocks_->used++) * elementSize_;
         }
@@ -65,12 +65,12 @@ public:
         }
         --numAllocated_;
         if (lazy_) {
+            ++numDropped_;
             return;
         }
         FreeSlot* slot = static_cast<FreeSlot*>(p);
         slot->next = freeList_;
         freeList_ = slot;
-        ++numFreed_;
     }
 
     /// Frees every block and forgets every object, handed out or returned.
@@ -79,7 +79,7 @@ public:
     /// Objects handed out and not returned.
     int numAllocated() const { return numAllocated_; }
     /// Objects waiting on the free list.
-    int numFreed() const { return numFreed_; }
+    int numFreed() const { return numCarved_ - numAllocated_ - numDropped_; }
     /// Bytes per slot (the requested size raised to at least 8 and to a multiple of 8).
     std::size_t elementSize() const { return elementSize_; }
     /// Bytes per block, header included.
@@ -105,8 +105,10 @@ private:
     std::size_t elementSize_;
     int numElementsInBlock_;
     std::size_t blockBytes_;
+    // The hot paths keep one count each way; the free-list length follows from these three.
     int numAllocated_ = 0;
-    int numFreed_ = 0;
+    int numCarved_ = 0;  // slots ever taken from blocks since the last freeEverything
+    int numDropped_ = 0; // slots freed in lazy mode (not on the free list)
     bool lazy_ = false;
 };
 
