@@ -443,71 +443,136 @@ TEST_F(PackageFileTest, CompactionReplacesTheTargetWhole) {
     EXPECT_EQ(get(path("c.kpf")), before);
 }
 
-// Random adds (plain, compressed, new, replacing), deletes, updates and compactions, checked
-// after every step against a name -> bytes model and by reopening the file from disk.
-TEST_F(PackageFileTest, RandomSequenceMatchesModel) {
-    kytest::Random rng(2026);
-    std::map<std::string, std::string> model;
-    ioPackageFile p;
-    ASSERT_EQ(p.open(pkg()).code(), 0);
-    model["seed"] = "s";
-    ASSERT_EQ(p.addEntry(src("in", "s"), name("seed"), false).code(), 0);
-    auto checkTiling = [&](const ioPackageFile& pk) {
-        // Named blocks are contiguous; between two of them lies at most one free block.
-        std::int64_t end = kData;
-        int i = 0;
-        for (;; ++i) {
-            const ioPackageFileEntry* e = pk.getEntry(i);
-            if (e == nullptr) {
-                const ioPackageFileEntry* next = pk.getEntry(i + 1);
-                ASSERT_NE(next, nullptr) << "two free blocks side by side at " << i;
-                ASSERT_GT(next->getOffset(), end);
-                continue;
-            }
-            ASSERT_GE(e->getOffset(), end);
-            if (i > 0 && pk.getEntry(i - 1) != nullptr) {
-                ASSERT_EQ(e->getOffset(), end);
-            }
-            end = e->getOffset() + e->getSize();
-            if (e->getName() == IString(L".")) {
-                break;
-            }
+// The blocks of a package tile its data area: named blocks in offset order with at most free
+// space between them, the directory record last, every directory name on its block. Adjacent
+// free blocks are allowed only in memory in the crash-safe mode (held and reusable ones).
+void checkTiling(const ioPackageFile& pk, bool strict) {
+    std::int64_t end = kData;
+    for (int i = 0;; ++i) {
+        const ioPackageFileEntry* e = pk.getEntry(i);
+        if (e == nullptr) {
+            const ioPackageFileEntry* next = pk.getEntry(i + 1);
+            ASSERT_TRUE(!strict || next != nullptr) << "two free blocks side by side at " << i;
+            ASSERT_TRUE(next == nullptr || next->getOffset() > end);
+            continue;
         }
-        for (const auto& named : pk.getDirectory()) {
-            ASSERT_NE(pk.getEntry(named.second), nullptr);
-            ASSERT_EQ(pk.getEntry(named.second)->getName(), named.first);
+        ASSERT_GE(e->getOffset(), end);
+        if (i > 0 && pk.getEntry(i - 1) != nullptr) {
+            ASSERT_EQ(e->getOffset(), end);
         }
-    };
-    for (int step = 0; step < 120; ++step) {
-        const std::string key = "e" + std::to_string(rng.range(0, 9));
-        const int op = rng.range(0, 9);
-        if (op < 6) {
-            const std::size_t n = static_cast<std::size_t>(rng.range(0, 9000));
-            const std::string bytes =
-                rng.chance(50) ? pattern(n, static_cast<unsigned>(step)) : std::string(n, 'q');
-            ASSERT_EQ(p.addEntry(src("in", bytes), name(key), rng.chance(50)).code(), 0);
-            model[key] = bytes;
-        } else if (op < 8) {
-            EXPECT_EQ(p.deleteEntry(name(key)).code(), model.erase(key) ? 0 : 13);
-        } else if (op < 9) {
-            ASSERT_EQ(p.update().code(), 0);
-        } else {
-            ASSERT_EQ(p.write(pkg()).code(), 0);
-        }
-        checkTiling(p);
-        ASSERT_EQ(p.size(), static_cast<int>(model.size()));
-        for (const auto& m : model) {
-            ASSERT_EQ(extract(p, name(m.first)), m.second) << "step " << step;
-        }
-        ASSERT_EQ(p.update().code(), 0);
-        ioPackageFile disk;
-        ASSERT_EQ(disk.open(pkg()).code(), 0) << "step " << step;
-        checkTiling(disk);
-        ASSERT_EQ(disk.size(), static_cast<int>(model.size()));
-        for (const auto& m : model) {
-            ASSERT_EQ(extract(disk, name(m.first)), m.second);
+        end = e->getOffset() + e->getSize();
+        if (e->getName() == IString(L".")) {
+            break;
         }
     }
+    for (const auto& named : pk.getDirectory()) {
+        ASSERT_NE(pk.getEntry(named.second), nullptr);
+        ASSERT_EQ(pk.getEntry(named.second)->getName(), named.first);
+    }
+}
+
+// Random adds (plain, compressed, new, replacing), deletes, updates and compactions, checked
+// after every step against a name -> bytes model and by reopening the file from disk. In the
+// crash-safe mode the file as it stands before each update must open as the last update left
+// it, with every entry intact.
+TEST_F(PackageFileTest, RandomSequenceMatchesModel) {
+    for (bool safe : {false, true}) {
+        SCOPED_TRACE(safe ? "crash-safe" : "default");
+        std::filesystem::remove(path("p.kpf"));
+        kytest::Random rng(2026);
+        std::map<std::string, std::string> model;
+        ioPackageFile p;
+        p.setCrashSafe(safe);
+        ASSERT_EQ(p.open(pkg()).code(), 0);
+        model["seed"] = "s";
+        ASSERT_EQ(p.addEntry(src("in", "s"), name("seed"), false).code(), 0);
+        ASSERT_EQ(p.update().code(), 0);
+        std::map<std::string, std::string> committed = model;
+        for (int step = 0; step < 120; ++step) {
+            const std::string key = "e" + std::to_string(rng.range(0, 9));
+            const int op = rng.range(0, 9);
+            if (op < 6) {
+                const std::size_t n = static_cast<std::size_t>(rng.range(0, 9000));
+                const std::string bytes =
+                    rng.chance(50) ? pattern(n, static_cast<unsigned>(step)) : std::string(n, 'q');
+                ASSERT_EQ(p.addEntry(src("in", bytes), name(key), rng.chance(50)).code(), 0);
+                model[key] = bytes;
+            } else if (op < 8) {
+                EXPECT_EQ(p.deleteEntry(name(key)).code(), model.erase(key) ? 0 : 13);
+            } else if (op < 9) {
+                ASSERT_EQ(p.update().code(), 0);
+            } else {
+                ASSERT_EQ(p.write(pkg()).code(), 0);
+            }
+            checkTiling(p, !safe);
+            ASSERT_EQ(p.size(), static_cast<int>(model.size()));
+            for (const auto& m : model) {
+                ASSERT_EQ(extract(p, name(m.first)), m.second) << "step " << step;
+            }
+            if (safe && op < 8) {
+                std::filesystem::copy_file(path("p.kpf"), path("snap.kpf"),
+                                           std::filesystem::copy_options::overwrite_existing);
+                ioPackageFile snap;
+                ASSERT_EQ(snap.open(name(path("snap.kpf"))).code(), 0) << "step " << step;
+                ASSERT_EQ(snap.size(), static_cast<int>(committed.size()));
+                for (const auto& m : committed) {
+                    ASSERT_EQ(extract(snap, name(m.first)), m.second) << "step " << step;
+                }
+            }
+            ASSERT_EQ(p.update().code(), 0);
+            committed = model;
+            ioPackageFile disk;
+            ASSERT_EQ(disk.open(pkg()).code(), 0) << "step " << step;
+            checkTiling(disk, true);
+            checkTiling(p, true);
+            ASSERT_EQ(disk.size(), static_cast<int>(model.size()));
+            for (const auto& m : model) {
+                ASSERT_EQ(extract(disk, name(m.first)), m.second);
+            }
+        }
+    }
+}
+
+// The crash-safe layout: additions land after the directory the pointer names, freed blocks
+// wait for the next update, each update appends its directory, and the space of the old one
+// is reused afterwards.
+TEST_F(PackageFileTest, CrashSafeModeKeepsTheOnDiskStateUntilUpdate) {
+    ioPackageFile p;
+    p.setCrashSafe(true);
+    ASSERT_EQ(p.open(pkg()).code(), 0);
+    ASSERT_EQ(p.addEntry(src("a", pattern(3000, 1)), name("a"), false).code(), 0);
+    ASSERT_EQ(p.addEntry(src("b", pattern(2000, 2)), name("b"), false).code(), 0);
+    ASSERT_EQ(p.update().code(), 0);
+    const std::int64_t dir1 = p.getEntry(IString(L"b"))->getOffset() + 2000;
+    const std::string disk1 = get(path("p.kpf"));
+    ASSERT_EQ(disk1.substr(61, 24), pointerField(dir1));
+    const std::string oldDirectory = disk1.substr(static_cast<std::size_t>(dir1));
+
+    // Replacing "a" by a smaller entry must not reuse its block, nor the directory's bytes.
+    ASSERT_EQ(p.addEntry(src("a2", pattern(100, 3)), name("a"), false).code(), 0);
+    EXPECT_GE(p.getEntry(IString(L"a"))->getOffset(),
+              dir1 + static_cast<std::int64_t>(oldDirectory.size()));
+    ASSERT_EQ(p.deleteEntry(IString(L"b")).code(), 0);
+    const std::string unsaved = get(path("p.kpf"));
+    EXPECT_EQ(unsaved.substr(0, disk1.size()), disk1) << "bytes the old state names changed";
+
+    ASSERT_EQ(p.update().code(), 0);
+    const std::string disk2 = get(path("p.kpf"));
+    const std::int64_t dir2 = p.getEntry(IString(L"a"))->getOffset() + 100;
+    EXPECT_GT(dir2, dir1);
+    EXPECT_EQ(disk2.substr(61, 24), pointerField(dir2));
+    // Now the first block (old "a", old "b" and the old directory) is one free block ...
+    EXPECT_EQ(p.getEntry(0), nullptr);
+    EXPECT_EQ(p.getEntry(1)->getName(), IString(L"a"));
+    // ... which the next addition reuses.
+    ASSERT_EQ(p.addEntry(src("c", pattern(500, 4)), name("c"), false).code(), 0);
+    EXPECT_EQ(p.getEntry(IString(L"c"))->getOffset(), kData);
+    ASSERT_EQ(p.update().code(), 0);
+    ioPackageFile disk;
+    ASSERT_EQ(disk.open(pkg()).code(), 0);
+    EXPECT_EQ(extract(disk, IString(L"a")), pattern(100, 3));
+    EXPECT_EQ(extract(disk, IString(L"c")), pattern(500, 4));
+    EXPECT_EQ(disk.getEntry(IString(L"b")), nullptr);
 }
 
 } // namespace

@@ -386,6 +386,22 @@ void ioBufferedStreamOutput::flush() {
     promoteBufferStatus();
 }
 
+bool ioBufferedStreamOutput::sync() {
+    flush();
+    if (!good()) {
+        return false;
+    }
+    if (top_ == nullptr) {
+        status_ = ioStreamError;
+        return false;
+    }
+    if (!top_->sync()) {
+        status_ = ioStreamError;
+        return false;
+    }
+    return true;
+}
+
 void ioBufferedStreamOutput::writeChar(char c) {
     if (!good()) {
         return;

@@ -144,6 +144,10 @@ public:
     /// Flushes the whole chain, then closes it.
     void close() override;
     void flush();
+    /// Flushes, then asks the system to make the file's bytes durable (fsync). False, with
+    /// `ioStreamError` unless the status was already bad, when either fails. Streams on a
+    /// socket or a `kyOS::IOStream` have nothing to sync and succeed.
+    bool sync();
 
     void writeChar(char c);
     /// The string's bytes without its terminating zero; nothing for null.

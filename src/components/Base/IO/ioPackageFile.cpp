@@ -153,6 +153,7 @@ void ioPackageFile::swap(ioPackageFile& other) {
     std::swap(directory_, other.directory_);
     entries_.swap(other.entries_);
     std::swap(freeCount_, other.freeCount_);
+    std::swap(diskDirectoryEnd_, other.diskDirectoryEnd_);
     for (ioPackageFileEntry& entry : entries_) {
         entry.package_ = this;
     }
@@ -236,17 +237,22 @@ void ioPackageFile::close() {
 // ---------------------------------------------------------------------------------------------
 // Header and directory
 
-void ioPackageFile::writeDirectoryPointer(std::int64_t position) {
+bool ioPackageFile::writeDirectoryPointer(std::int64_t position, bool durable) {
     char field[kPointerField + 8];
     std::snprintf(field, sizeof field, "%-23lld\n", static_cast<long long>(position));
     if (openPackageForOutput().failed()) {
-        return; // not reported, by design: the directory itself was written
+        return false;
     }
     output_.seek(directoryPointerPosition_);
     if (output_.good()) {
         output_.writeData(field, kPointerField);
     }
-    output_.flush();
+    const bool good = durable ? output_.sync() : (output_.flush(), output_.good());
+    if (!good) {
+        // The next write reopens the stream rather than inheriting its failure.
+        closePackageForOutput();
+    }
+    return good;
 }
 
 kyUtil::Error ioPackageFile::writePackageHeader() {
@@ -258,9 +264,7 @@ kyUtil::Error ioPackageFile::writePackageHeader() {
     output_.writeData(kMagic, kMagicLength);
     output_.writeData("1\n@\n", 4);
     directoryPointerPosition_ = output_.tell();
-    writeDirectoryPointer(-1);
-    if (!output_.good()) {
-        closePackageForOutput();
+    if (!writeDirectoryPointer(-1, false)) {
         return kyUtil::Error(15, "Could not open package for write: %s", mb(packageFileName_));
     }
     entries_.back().offset_ = directoryPointerPosition_ + kPointerField;
@@ -383,6 +387,7 @@ kyUtil::Error ioPackageFile::readDirectory() {
         // with the directory record, where the pointer said the directory is.
         good = context->good() && tilingValid() && entries_.back().offset_ == where;
     }
+    diskDirectoryEnd_ = statusOf(packageFileName_).getSize();
     context.reset();
     in.close();
     if (!good) {
@@ -400,7 +405,15 @@ kyUtil::Error ioPackageFile::writeDirectory() {
     if (error.failed()) {
         return error;
     }
-    const std::int64_t where = entries_.back().offset_;
+    if (crashSafe_) {
+        // The new directory must not land on the one the pointer still names.
+        reserveDiskDirectory();
+    }
+    // The directory describes the state after the pointer moves: blocks held back until
+    // then are free in it.
+    bool changed = false;
+    std::vector<ioPackageFileEntry> state = committedEntries(changed);
+    const std::int64_t where = state.back().offset_;
     output_.seek(where);
     ioPackageIO::PackageRegistry registry(false);
     std::unique_ptr<ioWriteContext> context(ioWriteContextAlloc(output_, ioWriteBinary, &registry));
@@ -408,7 +421,7 @@ kyUtil::Error ioPackageFile::writeDirectory() {
         return kyUtil::Error(1, "Internal error.");
     }
     context->startFile();
-    for (const ioPackageFileEntry& entry : entries_) {
+    for (const ioPackageFileEntry& entry : state) {
         context->startPacket(kEntryType, nullptr);
         context->writeCString(entry.name_.asUTF8());
         context->writeInt64(entry.offset_);
@@ -418,16 +431,83 @@ kyUtil::Error ioPackageFile::writeDirectory() {
         context->endPacket();
     }
     context->endFile();
-    output_.flush();
-    const bool good = context->good() && output_.good();
+    // Crash-safe: entries and directory are durable before the pointer names them.
+    const bool written = crashSafe_ ? output_.sync() : (output_.flush(), output_.good());
+    const bool good = context->good() && written;
     context.reset();
+    const std::int64_t end = good ? output_.tell() : -1;
     if (!good) {
         closePackageForOutput();
         return kyUtil::Error(10, "Error writing directory: %s", mb(packageFileName_));
     }
-    writeDirectoryPointer(where);
+    if (crashSafe_) {
+        if (!writeDirectoryPointer(where, true)) {
+            return kyUtil::Error(10, "Error writing directory: %s", mb(packageFileName_));
+        }
+    } else if (!writeDirectoryPointer(where, false)) {
+        // Not reported, by design: the directory itself was written.
+    }
+    if (changed) {
+        adoptEntries(std::move(state));
+    }
+    diskDirectoryEnd_ = end > where ? end : where;
     modified_ = false;
     return kyUtil::Error();
+}
+
+void ioPackageFile::reserveDiskDirectory() {
+    const std::int64_t at = entries_.back().offset_;
+    if (at >= diskDirectoryEnd_) {
+        return;
+    }
+    const std::size_t last = entries_.size() - 1;
+    if (last > 0 && entries_[last - 1].name_.isEmpty() && entries_[last - 1].reserved_) {
+        entries_[last - 1].size_ += diskDirectoryEnd_ - at;
+    } else {
+        ioPackageFileEntry held(this, kyString::IString(), at, diskDirectoryEnd_ - at, 0, false);
+        held.reserved_ = true;
+        entries_.insert(entries_.begin() + static_cast<std::ptrdiff_t>(last), held);
+        ++freeCount_;
+    }
+    entries_.back().offset_ = diskDirectoryEnd_;
+    modified_ = true;
+}
+
+std::vector<ioPackageFileEntry> ioPackageFile::committedEntries(bool& changed) const {
+    std::vector<ioPackageFileEntry> state;
+    state.reserve(entries_.size());
+    changed = false;
+    bool lastHeld = false;
+    for (const ioPackageFileEntry& entry : entries_) {
+        const bool held = entry.reserved_;
+        changed = changed || held;
+        // Only runs that a held block is part of are joined: free neighbours read from a
+        // file stay as they were.
+        if (entry.name_.isEmpty() && !state.empty() && state.back().name_.isEmpty() &&
+            (held || lastHeld)) {
+            state.back().size_ += entry.size_;
+            lastHeld = true;
+            continue;
+        }
+        state.push_back(entry);
+        state.back().reserved_ = false;
+        lastHeld = held;
+    }
+    return state;
+}
+
+void ioPackageFile::adoptEntries(std::vector<ioPackageFileEntry>&& entries) {
+    entries_ = std::move(entries);
+    directory_.clear();
+    freeCount_ = 0;
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+        const kyString::IString& name = entries_[i].name_;
+        if (name.isEmpty()) {
+            ++freeCount_;
+        } else if (i + 1 < entries_.size()) {
+            directory_[name] = static_cast<int>(i);
+        }
+    }
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -543,7 +623,7 @@ int ioPackageFile::createEntry(std::int64_t size) {
     if (freeCount_ > 0) {
         for (std::size_t i = 0; i + 1 < entries_.size(); ++i) {
             ioPackageFileEntry& block = entries_[i];
-            if (!block.name_.isEmpty() || block.size_ < size) {
+            if (!block.name_.isEmpty() || block.reserved_ || block.size_ < size) {
                 continue;
             }
             if (block.size_ > size) {
@@ -561,6 +641,9 @@ int ioPackageFile::createEntry(std::int64_t size) {
             --freeCount_;
             return static_cast<int>(i);
         }
+    }
+    if (crashSafe_) {
+        reserveDiskDirectory();
     }
     const std::size_t at = entries_.size() - 1;
     const std::int64_t offset = entries_[at].offset_;
@@ -584,12 +667,16 @@ void ioPackageFile::joinEntries(int index) {
 
 void ioPackageFile::freeEntry(int index) {
     const auto i = static_cast<std::size_t>(index);
+    // Crash-safe: the directory on disk may still name these bytes until the next update.
+    const bool held = crashSafe_;
     entries_[i].name_.clear();
+    entries_[i].reserved_ = held;
     ++freeCount_;
-    if (i + 1 < entries_.size() && entries_[i + 1].name_.isEmpty()) {
+    if (i + 1 < entries_.size() && entries_[i + 1].name_.isEmpty() &&
+        entries_[i + 1].reserved_ == held) {
         joinEntries(index);
     }
-    if (i > 0 && entries_[i - 1].name_.isEmpty()) {
+    if (i > 0 && entries_[i - 1].name_.isEmpty() && entries_[i - 1].reserved_ == held) {
         joinEntries(index - 1);
     }
     modified_ = true;

@@ -45,6 +45,9 @@ private:
     std::int64_t size_;
     std::int64_t timeStamp_;
     bool compressed_;
+    // A free block that the directory on disk still names (crash-safe mode): it is handed
+    // out only after the next update has moved the pointer past it.
+    bool reserved_ = false;
 };
 
 /// A package file: many named entries in one file, each stored whole and contiguous
@@ -138,7 +141,10 @@ private:
     kyUtil::Error writePackageHeader();
     kyUtil::Error readDirectory();
     kyUtil::Error writeDirectory();
-    void writeDirectoryPointer(std::int64_t position);
+    bool writeDirectoryPointer(std::int64_t position, bool durable);
+    void reserveDiskDirectory();
+    std::vector<ioPackageFileEntry> committedEntries(bool& changed) const;
+    void adoptEntries(std::vector<ioPackageFileEntry>&& entries);
     kyUtil::Error openPackageForOutput();
     void closePackageForOutput();
     int createEntry(std::int64_t size);
@@ -163,6 +169,9 @@ private:
     ioBufferedStreamOutput output_;
     bool outputOpen_;
     bool crashSafe_ = false;
+    // Where the directory that the on-disk pointer names ends (the file's size after a
+    // read, since a shorter directory may leave old bytes behind it); 0 when there is none.
+    std::int64_t diskDirectoryEnd_ = 0;
 };
 
 namespace ioPackageIO {

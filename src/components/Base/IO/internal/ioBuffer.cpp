@@ -14,6 +14,10 @@ ioBuffer::~ioBuffer() {
     delete[] data_;
 }
 
+bool ioBuffer::sync() {
+    return next_ == nullptr || next_->sync();
+}
+
 bool ioBuffer::seek(std::int64_t) {
     return false;
 }

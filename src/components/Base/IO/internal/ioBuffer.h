@@ -59,6 +59,9 @@ public:
     virtual int getBufferType() = 0;
     /// Releases the outside resource.
     virtual void close() = 0;
+    /// Makes the bytes already handed to the outside durable (a file's fsync). Buffers
+    /// without a file below succeed; a failure sets status 6 and returns false.
+    virtual bool sync();
     /// Fetches up to `length` bytes from below: the count, 0 at the end, -1 on error.
     virtual int readBlock(char* data, int length) = 0;
     /// Hands `length` bytes below.

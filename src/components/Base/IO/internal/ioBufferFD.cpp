@@ -127,6 +127,28 @@ void ioBufferFD::writeBlock(const char* data, int length) {
     }
 }
 
+bool ioBufferFD::sync() {
+    if (fd_ < 0 || !isOpen_) {
+        status_ = ioBufferError;
+        return false;
+    }
+    for (int attempt = 0; attempt < ioDetail::kRetryLimit; ++attempt) {
+        int error = 0;
+        if (kyOS::shared::syncDescriptor(fd_, &error) == 0) {
+            return true;
+        }
+        // Standard output on a pipe or terminal cannot be synced, and needs not be.
+        if (error == EINVAL || error == EROFS) {
+            return true;
+        }
+        if (error != EINTR) {
+            break;
+        }
+    }
+    status_ = ioBufferError;
+    return false;
+}
+
 void ioBufferFD::close() {
     if (fd_ < 0) {
         return;

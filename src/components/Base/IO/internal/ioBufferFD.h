@@ -28,6 +28,7 @@ public:
     std::int64_t tell() override;
     int getBufferType() override { return ioBufferTypeFD; }
     void close() override;
+    bool sync() override;
     int readBlock(char* data, int length) override;
     void writeBlock(const char* data, int length) override;
 

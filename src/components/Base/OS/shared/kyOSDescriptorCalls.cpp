@@ -35,6 +35,10 @@ long long seekDescriptor(int fd, long long offset, int origin, int* error) {
     return detail::fileCalls().seek(fd, offset, origin, error);
 }
 
+int syncDescriptor(int fd, int* error) {
+    return detail::fileCalls().fsync(fd, error);
+}
+
 int closeDescriptor(int fd, int* error) {
     return detail::fileCalls().close(fd, error);
 }

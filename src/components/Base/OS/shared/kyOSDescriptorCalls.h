@@ -33,6 +33,8 @@ KY_BASE_API long long readDescriptor(int fd, void* buffer, std::size_t size, int
 KY_BASE_API long long writeDescriptor(int fd, const void* buffer, std::size_t size, int* error);
 /// `origin`: 0 start, 1 current offset, 2 end. Returns the new offset.
 KY_BASE_API long long seekDescriptor(int fd, long long offset, int origin, int* error);
+/// Asks the system to make the descriptor's written bytes durable (fsync).
+KY_BASE_API int syncDescriptor(int fd, int* error);
 /// The descriptor is released even when a failure is reported.
 KY_BASE_API int closeDescriptor(int fd, int* error);
 
