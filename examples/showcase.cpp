@@ -83,6 +83,7 @@ int main() {
     showcaseIO();
     showcasePackets();
     showcasePackages();
+    showcasePackageEditing();
     showcaseSignals();
     showcaseUndo();
     showcaseLinear();

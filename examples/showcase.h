@@ -14,6 +14,7 @@ void showcaseGetOpt();
 void showcaseIO();
 void showcasePackets();
 void showcasePackages();
+void showcasePackageEditing();
 void showcaseSignals();
 void showcaseTCP();
 void showcaseUndo();
