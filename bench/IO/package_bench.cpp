@@ -181,7 +181,7 @@ void extractPackedUnzip(benchmark::State& s) {
 }
 
 #define KY_PACKAGE_BENCHMARK(fn, name)                                                             \
-    BENCHMARK(fn)->UseManualTime()->Iterations(1)->Unit(benchmark::kMillisecond)->Name(name)
+    BENCHMARK(fn)->UseManualTime()->Unit(benchmark::kMillisecond)->Name(name)
 
 KY_PACKAGE_BENCHMARK(addPlain, "add/plain/base");
 KY_PACKAGE_BENCHMARK(addPlainZip, "add/plain/zip-0");
