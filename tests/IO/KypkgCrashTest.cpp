@@ -56,32 +56,27 @@ bool contentsOf(const fs::path& file, Contents& contents) {
     return true;
 }
 
+#ifdef KYPKG_PATH
+const std::string kTool = KYPKG_PATH;
+#else
+const std::string kTool; // the tools are not part of this build
+#endif
+
 class KypkgCrash : public kytest::TempDirTest {
 protected:
     void SetUp() override {
         kytest::TempDirTest::SetUp();
-        if (!kytest::canForkAndKill()) {
-            GTEST_SKIP() << "killing a child with SIGKILL at a chosen moment needs POSIX";
+        if (!kytest::canForkAndKill() || kTool.empty()) {
+            GTEST_SKIP() << "needs the tool, and POSIX to kill it with SIGKILL at a chosen moment";
         }
-#ifndef KYPKG_PATH
-        GTEST_SKIP() << "the tools are not part of this build";
-#endif
 #ifdef __SANITIZE_ADDRESS__
         GTEST_SKIP() << "several minutes under the sanitizers; the default build runs it";
 #endif
-        fs::create_directories(dir() / "tmp");
     }
-
     // Starts kypkg; its temporary files go to a folder of the test's own.
     long start(const std::vector<std::string>& arguments) {
-#ifdef KYPKG_PATH
         const std::string tmp = path("tmp");
-        return kytest::startProgram(KYPKG_PATH, arguments, path("child.txt"),
-                                    {{ "TMPDIR",
-                                       tmp.c_str() }});
-#else
-        return -1;
-#endif
+        return kytest::startProgram(kTool, arguments, path("out.txt"), {{"TMPDIR", tmp.c_str()}});
     }
     int runToEnd(const std::vector<std::string>& arguments) {
         const kytest::ChildEnd end = kytest::waitChild(start(arguments), false);
@@ -109,6 +104,7 @@ protected:
 
 TEST_F(KypkgCrash, KilledEditsLeaveTheStateBeforeOrAfter) {
     kytest::Random random(kSeed);
+    fs::create_directories(dir() / "tmp");
     writeFiles("tree", 0, kFiles, random);
     writeFiles("more", kFiles - 100, kFiles + 150, random); // 100 replace, 150 are new
     const std::string base = path("base.kpf");
@@ -130,11 +126,11 @@ TEST_F(KypkgCrash, KilledEditsLeaveTheStateBeforeOrAfter) {
     ASSERT_TRUE(contentsOf(base, before));
     ASSERT_GT(before.size(), 2000u);
     for (const std::vector<std::string>& command : commands) {
-        const auto fresh = [&] {
-            fs::remove_all(dir() / "w");
-            fs::remove_all(dir() / "tmp");
-            fs::create_directories(dir() / "tmp");
-            fs::create_directories(dir() / "w");
+        const auto fresh = [&] { // leftovers of a killed run go too
+            for (const char* folder : {"w", "tmp"}) {
+                fs::remove_all(dir() / folder);
+                fs::create_directories(dir() / folder);
+            }
             fs::copy_file(base, work);
         };
         fresh();

@@ -20,28 +20,28 @@ namespace {
 namespace fs = std::filesystem;
 using Tree = std::map<std::string, std::string>; // relative name -> bytes
 
+#ifdef KYPKG_PATH
+const std::string kTool = KYPKG_PATH;
+#else
+const std::string kTool; // the tools are not part of this build
+#endif
+
 class Kypkg : public kytest::TempDirTest {
 protected:
     void SetUp() override {
         kytest::TempDirTest::SetUp();
-#ifndef KYPKG_PATH
-        GTEST_SKIP() << "the tools are not part of this build";
-#endif
+        if (kTool.empty()) {
+            GTEST_SKIP() << "the tools are not part of this build";
+        }
     }
-
     // Runs the tool with `arguments`; its exit code, standard output and standard error.
     int run(const std::string& arguments) {
-#ifdef KYPKG_PATH
-        const std::string exe = KYPKG_PATH;
-#else
-        const std::string exe = "kypkg";
-#endif
-        std::string command = "\"" + exe + "\" " + arguments + " > \"" + path("out.txt") +
+        std::string command = "\"" + kTool + "\" " + arguments + " > \"" + path("out.txt") +
                               "\" 2> \"" + path("err.txt") + "\"";
-        if (exe.size() > 4 && exe.compare(exe.size() - 4, 4, ".exe") == 0) {
+        if (kTool.size() > 4 && kTool.compare(kTool.size() - 4, 4, ".exe") == 0) {
             // Under the Windows command interpreter: the build tree is drive Z:, and the
             // interpreter takes the outermost quotes off the whole line.
-            command = "\"" + (exe[0] == '/' ? "\"Z:" + command.substr(1) : command) + "\"";
+            command = "\"" + (kTool[0] == '/' ? "\"Z:" + command.substr(1) : command) + "\"";
         }
         const int status = std::system(command.c_str());
         out_ = read(path("out.txt"));
@@ -50,9 +50,7 @@ protected:
         text_.erase(std::remove(text_.begin(), text_.end(), '\r'), text_.end());
         return (status & 0xFF) == 0 ? status >> 8 : status; // POSIX keeps it in the second byte
     }
-    std::string q(const std::string& leaf) const {
-        return "\"" + path(leaf) + "\"";
-    }
+    std::string q(const std::string& leaf) const { return "\"" + path(leaf) + "\""; }
 
     static std::string read(const fs::path& name) {
         std::ifstream in(name, std::ios::binary);
@@ -84,16 +82,12 @@ protected:
 Tree sampleTree() {
     kytest::Random random(22);
     std::string noise(70000, '\0');
-    for (char& c : noise) {
-        c = static_cast<char>(random.range(0, 255));
-    }
     std::string bytes;
-    for (int i = 0; i < 5000; ++i) {
-        bytes += static_cast<char>(i & 0xFF);
-    }
     std::string text;
-    for (int i = 0; i < 3000; ++i) {
-        text += "line " + std::to_string(i) + " of a text that compresses well\n";
+    for (int i = 0; i < 70000; ++i) {
+        noise[static_cast<std::size_t>(i)] = static_cast<char>(random.range(0, 255));
+        bytes += i < 5000 ? std::string(1, static_cast<char>(i & 0xFF)) : "";
+        text += i < 3000 ? "line " + std::to_string(i) + " of a text that compresses well\n" : "";
     }
     return {
         {"empty", ""},         {"a/text.txt", text},     {"a/b/c/noise.bin", noise},
@@ -155,6 +149,9 @@ TEST_F(Kypkg, EveryExitCodeFromARealCause) {
         const char* error;
     } cases[] = {
         {"verify " + q("p.kpf"), 0, ""},
+        {"create " + q("empty.kpf"), 0, ""}, // no files: a package that opens again
+        {"list " + q("empty.kpf"), 0, ""},
+        {"compact " + q("p.kpf"), 0, ""},
         {"add " + q("p.kpf") + " " + q("nosuch.txt"), 1, "nosuch.txt: no such file or directory"},
         {"delete " + q("p.kpf") + " t/one nothere", 1, "nothere: no such entry"},
         {"cat " + q("p.kpf") + " t/one", 1, "t/one: no such entry"}, // deleted just before
@@ -180,48 +177,39 @@ TEST_F(Kypkg, EveryExitCodeFromARealCause) {
 
 TEST_F(Kypkg, HostileNamesLandInsideTheTargetOrAreRefused) {
     // Each name, and where under the target it may land ("" : it must be refused).
-    const std::pair<std::string, std::string> names[] = {
-        {"../x1", "x1"},
-        {"/abs/x2", "abs/x2"},
-        {"C:\\x3", "x3"},
-        {"..\\..\\x4", "x4"},
-        {"d:x5", "x5"},
-        {"a/../../x6", ""},
-        {"a/./x7", ""},
-        {"a//x8", ""},
-        {"a/b:c", ""},
-        {"..", ""},
-        {path("abs9"), "" /* its path without the root */}};
+    const std::string names[] = {"../x1", "/abs/x2",    "C:\\x3",    "..\\..\\x4",
+                                 "d:x5",  "a/../../x6", "a/./x7",    "a//x8",
+                                 "a/b:c", "..",         path("abs9")};
+    const std::string rootless = fs::path(path("abs9")).relative_path().generic_string();
+    const std::string lands[] = {"x1", "abs/x2", "x3", "x4", "x5", "", "", "", "", "", rootless};
     // Entries are added under placeholder names of the same length, then the names in the
     // directory are overwritten with the hostile ones.
+    const auto placeholder = [&](std::size_t i) {
+        return char('A' + i) + std::string(names[i].size() - 1, 'p');
+    };
     ioPackageFile package;
     ASSERT_TRUE(package.open(kyString::IString(path("h.kpf").c_str())).ok());
     std::ofstream(path("src")) << "payload";
     for (std::size_t i = 0; i < std::size(names); ++i) {
-        const std::string placeholder = char('A' + i) + std::string(names[i].first.size() - 1, 'p');
         ASSERT_TRUE(package
                         .addEntry(kyString::IString(path("src").c_str()),
-                                  kyString::IString(placeholder.c_str()), false)
+                                  kyString::IString(placeholder(i).c_str()), false)
                         .ok());
     }
     ASSERT_TRUE(package.update().ok());
     package.close();
     std::string bytes = read(path("h.kpf"));
     for (std::size_t i = 0; i < std::size(names); ++i) {
-        const std::string placeholder = char('A' + i) + std::string(names[i].first.size() - 1, 'p');
-        bytes.replace(bytes.rfind(placeholder), placeholder.size(), names[i].first);
+        bytes.replace(bytes.rfind(placeholder(i)), names[i].size(), names[i]);
     }
     std::ofstream(path("h.kpf"), std::ios::binary) << bytes;
 
     EXPECT_EQ(run("extract " + q("h.kpf") + " -C " + q("deep/out")), 1);
-    for (const auto& name : names) {
-        const std::string landing = name.first == path("abs9")
-                                        ? fs::path(name.first).relative_path().generic_string()
-                                        : name.second;
-        if (landing.empty()) {
-            EXPECT_NE(err_.find(name.first + ": refused"), std::string::npos) << err_;
+    for (std::size_t i = 0; i < std::size(names); ++i) {
+        if (lands[i].empty()) {
+            EXPECT_NE(err_.find(names[i] + ": refused"), std::string::npos) << err_;
         } else {
-            EXPECT_EQ(read(dir() / "deep/out" / landing), "payload") << name.first;
+            EXPECT_EQ(read(dir() / "deep/out" / lands[i]), "payload") << names[i];
         }
     }
     // Nothing was written anywhere but under the target.
