@@ -5,10 +5,15 @@
 #include <cinttypes>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
+#include <set>
+#include <system_error>
 
 namespace kypkg {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 struct Row {
     std::int64_t offset = 0;
@@ -92,6 +97,7 @@ int list(const Options& options) {
     }
     int failed = 0;
     const std::vector<const ioPackageFileEntry*> entries = selected(package, options, failed);
+    EntryReader reader(options.package);
     Progress progress("measuring", storedTotal(entries));
     std::vector<Row> rows;
     std::int64_t done = 0;
@@ -106,7 +112,7 @@ int list(const Options& options) {
             // The directory keeps only the stored size: the other is found by decompressing.
             progress.step(done, row.name);
             std::string why;
-            if (!readEntry(
+            if (!reader.read(
                     *entry, [](const char*, std::size_t) { return true; }, row.size, why)) {
                 report(options.package, row.name, why);
                 row.size = -1;
@@ -175,43 +181,51 @@ int extract(const Options& options) {
     if (toOutput) {
         binaryStandardOutput();
     }
+    EntryReader reader(options.package);
     Progress progress("extracting", storedTotal(entries), !toOutput);
+    std::set<std::string> folders; // made already
     std::int64_t done = 0;
     for (const ioPackageFileEntry* entry : entries) {
         const std::string name = entry->getName().asMultibyte();
         progress.step(done, name);
         done += entry->getSize();
-        if (toOutput) {
-            std::int64_t bytes = 0;
-            std::string why;
-            const bool read = readEntry(
-                *entry,
-                [](const char* data, std::size_t n) {
-                    return std::fwrite(data, 1, n, stdout) == n;
-                },
-                bytes, why);
-            std::fflush(stdout);
-            if (!read) {
-                report(options.package, name, why);
-                ++failed;
-            }
-            continue;
-        }
         // Names come from the file: whatever would land outside the target is refused.
-        const std::string target = safeTargetName(name);
+        const std::string target = toOutput ? "-" : safeTargetName(name);
         if (target.empty()) {
             report(options.package, name, "refused: the name would leave the target directory");
             ++failed;
             continue;
         }
-        const std::string path = options.directory + "/" + target;
-        const kyUtil::Error error = package.extractEntry(entry, kyString::IString(path.c_str()));
-        if (error.failed()) {
-            report(options.package, name, messageOf(error));
-            if (error.code() == 10) {
-                return kFatal; // the disk refuses writes: the rest would fail alike
-            }
+        const fs::path path = fs::path(options.directory) / fs::path(target);
+        std::error_code ec;
+        if (!toOutput && folders.insert(path.parent_path().string()).second) {
+            fs::create_directories(path.parent_path(), ec);
+        }
+        std::FILE* out = toOutput ? stdout : std::fopen(path.string().c_str(), "wb");
+        if (out == nullptr) {
+            report(options.package, name, "cannot create " + path.string());
             ++failed;
+            continue;
+        }
+        std::int64_t bytes = 0;
+        std::string why;
+        const bool read = reader.read(
+            *entry,
+            [out](const char* data, std::size_t n) { return std::fwrite(data, 1, n, out) == n; },
+            bytes, why);
+        const bool written = (toOutput ? std::fflush(out) : std::fclose(out)) == 0;
+        if (!written || why == kSinkFailed) {
+            report(options.package, name,
+                   "cannot be written to " +
+                       (toOutput ? std::string("standard output") : path.string()));
+            return kFatal; // the disk or the pipe refuses: the rest would fail alike
+        }
+        if (!read) {
+            report(options.package, name, why);
+            ++failed;
+            if (!toOutput) {
+                fs::remove(path, ec); // no half-written or unverified file is left
+            }
         }
     }
     return failed > 0 ? kEntryFailed : kOk;
@@ -228,6 +242,7 @@ int verify(const Options& options) {
     if (failed > 0) {
         return kEntryFailed;
     }
+    EntryReader reader(options.package);
     Progress progress("verifying", storedTotal(entries));
     std::int64_t done = 0;
     std::int64_t total = 0;
@@ -237,7 +252,7 @@ int verify(const Options& options) {
         done += entry->getSize();
         std::int64_t bytes = 0;
         std::string why;
-        if (!readEntry(
+        if (!reader.read(
                 *entry, [](const char*, std::size_t) { return true; }, bytes, why)) {
             progress.finish();
             report(options.package, name, why);

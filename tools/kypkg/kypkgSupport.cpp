@@ -96,39 +96,52 @@ int openExisting(ioPackageFile& package, const std::string& name) {
     return kOk;
 }
 
-bool readEntry(const ioPackageFileEntry& entry,
-               const std::function<bool(const char*, std::size_t)>& sink, std::int64_t& bytes,
-               std::string& why) {
+const char* const kSinkFailed = "cannot be written out";
+
+EntryReader::EntryReader(const std::string& package)
+    : file_(fs::path(package), std::ios::binary), buffer_(std::size_t{1} << 20) {}
+
+bool EntryReader::read(const ioPackageFileEntry& entry,
+                       const std::function<bool(const char*, std::size_t)>& sink,
+                       std::int64_t& bytes, std::string& why) {
     bytes = 0;
+    if (!entry.getCompressed()) {
+        file_.clear();
+        file_.seekg(entry.getOffset());
+        while (bytes < entry.getSize() && file_) {
+            const auto want = static_cast<std::streamsize>(
+                std::min<std::int64_t>(entry.getSize() - bytes, buffer_.size()));
+            file_.read(buffer_.data(), want);
+            const auto got = file_.gcount();
+            bytes += got;
+            if (got > 0 && !sink(buffer_.data(), static_cast<std::size_t>(got))) {
+                why = kSinkFailed;
+                return false;
+            }
+        }
+        why = bytes == entry.getSize() ? "" : "the package ends inside it";
+        return why.empty();
+    }
     ioBufferedStreamInput in;
     in.openPackageFileEntry(&entry);
-    if (entry.getCompressed()) {
-        in.compress(true);
-        in.checksum(true);
-    }
-    static char chunk[1 << 16];
-    bool delivered = true;
+    in.compress(true);
+    in.checksum(true);
     for (;;) {
-        const int got = in.readData(chunk, static_cast<int>(sizeof chunk));
+        const int got = in.readData(buffer_.data(), static_cast<int>(buffer_.size()));
         if (got <= 0) {
             break;
         }
         bytes += got;
-        if (!sink(chunk, static_cast<std::size_t>(got))) {
-            delivered = false;
-            break;
+        if (!sink(buffer_.data(), static_cast<std::size_t>(got))) {
+            why = kSinkFailed;
+            return false;
         }
     }
     const ioStreamStatus status = in.getStatus();
-    in.close();
-    if (!delivered) {
-        why = "cannot be written out";
-    } else if (status == ioStreamChecksumMismatch) {
+    if (status == ioStreamChecksumMismatch) {
         why = "its checksum does not match its bytes";
     } else if (status != ioStreamEndOfFile && status != ioStreamEndOfCompressed) {
         why = "its bytes cannot be read (status " + std::to_string(status) + ")";
-    } else if (!entry.getCompressed() && bytes != entry.getSize()) {
-        why = "the package ends inside it";
     } else {
         return true;
     }

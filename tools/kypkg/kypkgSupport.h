@@ -8,6 +8,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <fstream>
 #include <functional>
 #include <string>
 #include <vector>
@@ -66,13 +67,27 @@ private:
 /// a package (or has a damaged directory) kEntryFailed, both reported; kOk otherwise.
 int openExisting(ioPackageFile& package, const std::string& name);
 
-/// Reads an entry's bytes as they were added (compressed entries through the decompression
-/// and checksum filters) and hands them to `sink` in chunks; false (with `why`) when the
-/// bytes cannot be read whole, fail their checksum, or the sink refuses them. `bytes`
-/// receives the count delivered.
-bool readEntry(const ioPackageFileEntry& entry,
-               const std::function<bool(const char*, std::size_t)>& sink, std::int64_t& bytes,
-               std::string& why);
+/// Reads entries' bytes as they were added: plain entries straight from the package file,
+/// which is opened once for all of them (an open per entry is what extracting many small
+/// entries would otherwise spend its time on); compressed entries through the library's entry
+/// stream with the decompression and checksum filters. One reader per package; not copyable.
+class EntryReader {
+public:
+    explicit EntryReader(const std::string& package);
+    EntryReader(const EntryReader&) = delete;
+    EntryReader& operator=(const EntryReader&) = delete;
+    /// Hands the entry's bytes to `sink` in chunks; false (with `why`) when they cannot be read
+    /// whole, fail their checksum, or the sink refuses them (then `why` is kSinkFailed).
+    /// `bytes` receives the count delivered.
+    bool read(const ioPackageFileEntry& entry,
+              const std::function<bool(const char*, std::size_t)>& sink, std::int64_t& bytes,
+              std::string& why);
+
+private:
+    std::ifstream file_;
+    std::vector<char> buffer_;
+};
+extern const char* const kSinkFailed;
 
 /// The named entry: the name as given, else its cleaned form; null when neither is there.
 const ioPackageFileEntry* findEntry(const ioPackageFile& package, const std::string& name);
