@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <tuple>
 
@@ -400,16 +401,84 @@ TEST_F(PackageFileTest, ReadOnlyPackageRefusesEdits) {
     ASSERT_EQ(p.addEntry(src("a", "a"), name("a"), false).code(), 0);
     ASSERT_EQ(p.update().code(), 0);
     p.close();
-    std::filesystem::permissions(path("p.kpf"), std::filesystem::perms::owner_read);
-    ioPackageFile r;
-    ASSERT_EQ(r.open(pkg()).code(), 0);
-    if (r.addEntry(src("b", "b"), name("b"), false).code() == 0) {
-        GTEST_SKIP() << "the file system lets this user write read-only files";
+    namespace fs = std::filesystem;
+    fs::permissions(path("p.kpf"),
+                    fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    const IString source = src("b", "b");
+    auto edits = [&] {
+        ioPackageFile r;
+        kyUtil::Error opened = r.open(pkg());
+        return std::to_string(opened.code()) + "|" + text(r.addEntry(source, name("b"), false)) +
+               "|" + text(r.deleteEntry(IString(L"a"))) + "|" + text(r.update());
+    };
+    // Root may write read-only files: there the edits are tried as an unprivileged user.
+    const bool root = kytest::canDropPrivileges();
+    const std::optional<std::string> seen =
+        root ? kytest::runInChild(edits, true) : std::optional<std::string>(edits());
+    ASSERT_TRUE(seen.has_value());
+    const std::string refused = "This package file can not be modified as it is not writable.";
+    EXPECT_EQ(*seen, "0|" + refused + "|" + refused + "|The package file is not writable.");
+}
+
+// A directory is data from the file: one in a debug encoding (whose tag mismatches abort a
+// reader) is refused, and packets that claim references (undefined ones abort too) are read
+// as plain entries.
+TEST_F(PackageFileTest, HostileDirectoriesAreRefusedNotFatal) {
+    struct Case {
+        ioWriteMethod method;
+        bool withReference;
+        bool wrongKind; // an integer where the name should be
+        int code;
+    };
+    const Case cases[] = {{ioWriteBinaryDebug, false, true, 17},
+                          {ioWriteBinaryDebug, false, false, 17},
+                          {ioWriteAscii, false, false, 17},
+                          {ioWriteBinary, true, false, 0}};
+    for (const Case& c : cases) {
+        SCOPED_TRACE(static_cast<int>(c.method));
+        std::filesystem::remove(path("p.kpf"));
+        std::int64_t where = 0;
+        {
+            ioPackageFile p;
+            ASSERT_EQ(p.open(pkg()).code(), 0);
+            ASSERT_EQ(p.addEntry(src("a", "abc"), name("a"), false).code(), 0);
+            ASSERT_EQ(p.update().code(), 0);
+            where = p.getEntry(IString(L"a"))->getOffset() + 3;
+        }
+        ioBufferedStreamOutput out;
+        out.truncateOnOpen(false);
+        out.openFile(pkg());
+        ASSERT_TRUE(out.seek(where));
+        ioPackageIO::PackageRegistry registry(false);
+        std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, c.method, &registry));
+        ASSERT_TRUE(w);
+        w->startFile();
+        const std::int64_t blocks[][2] = {{kData, 3}, {where, 0}};
+        for (int i = 0; i < 2; ++i) {
+            static const int anchorObject = 0;
+            w->startPacket("package.entry", c.withReference ? &anchorObject + i : nullptr);
+            if (c.wrongKind) {
+                w->writeInt64(7);
+            } else {
+                w->writeCString(i == 0 ? "a" : ".");
+            }
+            w->writeInt64(blocks[i][0]);
+            w->writeInt64(blocks[i][1]);
+            w->writeInt64(0);
+            w->writeBool(false);
+            w->endPacket();
+        }
+        w->endFile();
+        w.reset();
+        out.close();
+        ASSERT_TRUE(out.good());
+        ioPackageFile reopened;
+        kyUtil::Error e = reopened.open(pkg());
+        EXPECT_EQ(e.code(), c.code) << text(e);
+        if (c.code == 0) {
+            EXPECT_EQ(extract(reopened, IString(L"a")), "abc");
+        }
     }
-    kyUtil::Error e = r.addEntry(src("b", "b"), name("b"), false);
-    EXPECT_EQ(text(e), "This package file can not be modified as it is not writable.");
-    EXPECT_EQ(text(r.deleteEntry(IString(L"a"))), e.message());
-    EXPECT_EQ(text(r.update()), "The package file is not writable.");
 }
 
 TEST_F(PackageFileTest, CompactionReplacesTheTargetWhole) {
@@ -488,7 +557,7 @@ TEST_F(PackageFileTest, RandomSequenceMatchesModel) {
         ASSERT_EQ(p.addEntry(src("in", "s"), name("seed"), false).code(), 0);
         ASSERT_EQ(p.update().code(), 0);
         std::map<std::string, std::string> committed = model;
-        for (int step = 0; step < 120; ++step) {
+        for (int step = 0; step < 70; ++step) {
             const std::string key = "e" + std::to_string(rng.range(0, 9));
             const int op = rng.range(0, 9);
             if (op < 6) {
@@ -510,8 +579,9 @@ TEST_F(PackageFileTest, RandomSequenceMatchesModel) {
                 ASSERT_EQ(extract(p, name(m.first)), m.second) << "step " << step;
             }
             if (safe && op < 8) {
-                std::filesystem::copy_file(path("p.kpf"), path("snap.kpf"),
-                                           std::filesystem::copy_options::overwrite_existing);
+                // (Removed first: overwriting copies fail with mingw's library.)
+                std::filesystem::remove(path("snap.kpf"));
+                std::filesystem::copy_file(path("p.kpf"), path("snap.kpf"));
                 ioPackageFile snap;
                 ASSERT_EQ(snap.open(name(path("snap.kpf"))).code(), 0) << "step " << step;
                 ASSERT_EQ(snap.size(), static_cast<int>(committed.size()));

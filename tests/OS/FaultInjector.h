@@ -62,7 +62,7 @@ public:
             "stat",      "fstat",          "access",   "rename", "unlink",        "copyFile",
             "copyRange", "copyAttributes", "mkdir",    "rmdir",  "listDirectory", "syncDirectory",
             "tempPath",  "tempFile",       "diskFree", "owner",  "fullPath",      "getCwd",
-            "setCwd",    "isRemote"};
+            "setCwd",    "isRemote",       "replace"};
         static_assert(sizeof kNames / sizeof kNames[0] ==
                           static_cast<std::size_t>(FileCall::kCount),
                       "one name per entry of the system-call table");

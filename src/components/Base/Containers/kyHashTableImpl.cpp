@@ -190,6 +190,9 @@ float HashTableImpl::load_factor() const {
 }
 
 void HashTableImpl::max_load_factor(float f) {
+    if (!(f > 0.0f)) {
+        return;
+    }
     maxLoadFactor_ = f;
     rehash(count_);
 }
@@ -200,10 +203,9 @@ void HashTableImpl::rehash(int n) {
         return;
     }
     const double wantedReal = static_cast<double>(n) / static_cast<double>(maxLoadFactor_);
-    // Truncated; a load factor of 0 or below asks for the largest table.
-    const long long wanted = maxLoadFactor_ > 0.0f && wantedReal < 4.0e18
-                                 ? static_cast<long long>(wantedReal)
-                                 : static_cast<long long>(kMaxBucketCount);
+    // Truncated (the load factor is always above 0; a huge quotient is capped).
+    const long long wanted = wantedReal < 4.0e18 ? static_cast<long long>(wantedReal)
+                                                 : static_cast<long long>(kMaxBucketCount);
     const int oldCount = bucketCount();
     if (wanted <= oldCount) {
         return;

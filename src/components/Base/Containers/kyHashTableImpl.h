@@ -126,7 +126,9 @@ public:
     /// count / bucket count (0 without buckets).
     float load_factor() const;
     float max_load_factor() const { return maxLoadFactor_; }
-    /// Stores `f` and grows the table for the current count (`rehash(count)`).
+    /// Stores `f` and grows the table for the current count (`rehash(count)`). A value that is
+    /// not above 0 (0, a negative number, NaN) is ignored: no table can keep it, and taking
+    /// it would ask for the largest table (about 13 GB of bucket heads) at the next insertion.
     void max_load_factor(float f);
     /// Grows the table so that `n` elements fit under the maximum load factor. A table may
     /// still have no buckets after it (a load factor above 1 with few elements); the insertions

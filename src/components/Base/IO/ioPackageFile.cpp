@@ -3,9 +3,9 @@
 
 #include <Base/IO/ioPacketType.h>
 #include <Base/OS/kyOSFile.h>
+#include <Base/OS/kyOSFileOps.h>
 #include <Base/OS/kyOSFileStatus.h>
 #include <Base/OS/kyOSFilename.h>
-#include <Base/OS/kyOSProtectedWrite.h>
 
 #include <cstdio>
 #include <cstring>
@@ -46,6 +46,10 @@ void readPackageEntry(ioClientReadContext& client) {
         return;
     }
     ioReadContext& r = client.getContext();
+    // Directory entries carry no references. One that claims a reference gets no definition,
+    // which the reader would treat as a programming error and abort on; from a file it is
+    // only bad data, and the tiling check refuses whatever the entry says.
+    r.invalidPacket();
     kyString::IString name(r.readCString(), kyString::kUTF8);
     std::int64_t offset = 0;
     std::int64_t size = 0;
@@ -243,16 +247,17 @@ bool ioPackageFile::writeDirectoryPointer(std::int64_t position, bool durable) {
     if (openPackageForOutput().failed()) {
         return false;
     }
-    output_.seek(directoryPointerPosition_);
-    if (output_.good()) {
+    // A refused seek would put the field wherever the stream stands: it counts as a failure.
+    const bool placed = output_.seek(directoryPointerPosition_);
+    if (placed && output_.good()) {
         output_.writeData(field, kPointerField);
     }
     const bool good = durable ? output_.sync() : (output_.flush(), output_.good());
-    if (!good) {
+    if (!good || !placed) {
         // The next write reopens the stream rather than inheriting its failure.
         closePackageForOutput();
     }
-    return good;
+    return good && placed;
 }
 
 kyUtil::Error ioPackageFile::writePackageHeader() {
@@ -260,11 +265,15 @@ kyUtil::Error ioPackageFile::writePackageHeader() {
     if (error.failed()) {
         return error;
     }
-    output_.seek(0);
+    if (!output_.seek(0)) {
+        closePackageForOutput();
+        return kyUtil::Error(15, "Could not open package for write: %s", mb(packageFileName_));
+    }
     output_.writeData(kMagic, kMagicLength);
     output_.writeData("1\n@\n", 4);
     directoryPointerPosition_ = output_.tell();
-    if (!writeDirectoryPointer(-1, false)) {
+    // A position other than the header's end means the bytes did not land where they should.
+    if (directoryPointerPosition_ != kMagicLength + 4 || !writeDirectoryPointer(-1, false)) {
         return kyUtil::Error(15, "Could not open package for write: %s", mb(packageFileName_));
     }
     entries_.back().offset_ = directoryPointerPosition_ + kPointerField;
@@ -380,6 +389,12 @@ kyUtil::Error ioPackageFile::readDirectory() {
     directory_.clear();
     freeCount_ = 0;
     bool good = false;
+    // The directory is always written in the binary encoding. The debug encodings abort the
+    // process on a tag mismatch, which a hostile file must not be able to ask for.
+    if (context && context->getReadMethod() != ioReadBinarySameEndian &&
+        context->getReadMethod() != ioReadBinarySwapped) {
+        context.reset();
+    }
     if (context) {
         ioPackageIO::PackageReadContext client(*context, this);
         context->readFile(client);
@@ -414,7 +429,10 @@ kyUtil::Error ioPackageFile::writeDirectory() {
     bool changed = false;
     std::vector<ioPackageFileEntry> state = committedEntries(changed);
     const std::int64_t where = state.back().offset_;
-    output_.seek(where);
+    if (!output_.seek(where)) {
+        closePackageForOutput();
+        return kyUtil::Error(10, "Error writing directory: %s", mb(packageFileName_));
+    }
     ioPackageIO::PackageRegistry registry(false);
     std::unique_ptr<ioWriteContext> context(ioWriteContextAlloc(output_, ioWriteBinary, &registry));
     if (!context) {
@@ -436,7 +454,9 @@ kyUtil::Error ioPackageFile::writeDirectory() {
     const bool good = context->good() && written;
     context.reset();
     const std::int64_t end = good ? output_.tell() : -1;
-    if (!good) {
+    // Crash-safe: without the directory's end the next addition could land on it, so the
+    // pointer is not moved.
+    if (!good || (crashSafe_ && end < where)) {
         closePackageForOutput();
         return kyUtil::Error(10, "Error writing directory: %s", mb(packageFileName_));
     }
@@ -450,7 +470,7 @@ kyUtil::Error ioPackageFile::writeDirectory() {
     if (changed) {
         adoptEntries(std::move(state));
     }
-    diskDirectoryEnd_ = end > where ? end : where;
+    diskDirectoryEnd_ = end >= where ? end : statusOf(packageFileName_).getSize();
     modified_ = false;
     return kyUtil::Error();
 }
@@ -559,18 +579,24 @@ kyUtil::Error ioPackageFile::write(const kyString::IString& fileName) {
     if (packageFileName_.isEmpty()) {
         return kyUtil::Error(3, "The package file has not been opened yet.");
     }
-    const kyOS::FileStatus target = statusOf(fileName);
-    if (target.exists() && (!target.isWritable() || target.isDirectory())) {
+    const kyOS::FileStatus existing = statusOf(fileName);
+    if (existing.exists() && (!existing.isWritable() || existing.isDirectory())) {
         return kyUtil::Error(4, "The pacakge is not writable.");
     }
-    // The copy is built beside the target and moved over it only once complete and synced,
-    // so the package being replaced (possibly this one) survives any failure.
-    kyOS::ProtectedWrite protect{kyOS::Filename(fileName)};
-    if (!protect.init()) {
-        return kyUtil::Error(4, "The pacakge is not writable.");
-    }
-    const kyString::IString tempName = protect.getTempFilename().name();
+    // The copy is built beside the target and moved over it in one step once it is complete
+    // and synced, so the package being replaced (possibly this one) survives any failure and
+    // a crash at any moment leaves the old file or the new one under the name.
+    const kyOS::Filename target(fileName);
+    const kyOS::Filename unique =
+        kyOS::createTmpFilename(kyString::IString(L"0.tmp"), target.basename().asWChar());
+    const kyOS::Filename temp = target.dirname().isEmpty()
+                                    ? kyOS::Filename(unique.basename())
+                                    : kyOS::Filename(target.dirname(), unique.basename());
+    const kyString::IString tempName = temp.name();
     ioPackageFile fresh;
+    // The copy's layout is the same in either mode; the crash-safe one also checks and syncs
+    // the pointer, whose failure must not pass for a finished copy.
+    fresh.setCrashSafe(true);
     kyUtil::Error error = fresh.open(tempName);
     if (error.ok() && !fresh.writable_) {
         error = kyUtil::Error(4, "The package file is not writable.");
@@ -585,19 +611,19 @@ kyUtil::Error ioPackageFile::write(const kyString::IString& fileName) {
         error = fresh.update();
     }
     fresh.closePackageForOutput();
+    if (error.ok()) {
+        closePackageForOutput();
+        if (kyOS::fileReplace(temp, target).failed()) {
+            error = kyUtil::Error(4, "The pacakge is not writable.");
+        }
+    }
     if (error.failed()) {
-        protect.invalidate();
         fresh.packageFileName_.clear();
         deleteQuietly(tempName);
         return error;
     }
-    closePackageForOutput();
-    if (!protect.finalize()) {
-        deleteQuietly(tempName);
-        return kyUtil::Error(4, "The pacakge is not writable.");
-    }
+    // The moved copy keeps the writability it was built with.
     fresh.packageFileName_ = fileName;
-    fresh.writable_ = statusOf(fileName).isWritable();
     swap(fresh);
     return kyUtil::Error();
 }
@@ -718,10 +744,11 @@ kyUtil::Error ioPackageFile::copyStreamIntoPackage(ioBufferedStreamInput& input,
         freeEntry(old->second);
     }
     const int index = createEntry(size);
-    output_.seek(entries_[static_cast<std::size_t>(index)].offset_);
+    // A refused seek would put the bytes wherever the stream stands.
+    const bool placed = output_.seek(entries_[static_cast<std::size_t>(index)].offset_);
     char chunk[kChunk];
     std::int64_t written = 0;
-    for (;;) {
+    while (placed) {
         const int got = input.readData(chunk, kChunk);
         if (got <= 0 || !output_.good() || written >= size) {
             break;
@@ -734,7 +761,9 @@ kyUtil::Error ioPackageFile::copyStreamIntoPackage(ioBufferedStreamInput& input,
     }
     output_.flush();
     const ioStreamStatus in = input.getStatus();
-    if (in != ioStreamGood && in != ioStreamEndOfFile) {
+    if (!placed) {
+        error = kyUtil::Error(10, "Error writing entry: %s", mb(name));
+    } else if (in != ioStreamGood && in != ioStreamEndOfFile) {
         error = kyUtil::Error(9, "Error reading file for entry: %s", mb(name));
     } else if (in != ioStreamEndOfFile || written != size) {
         error = kyUtil::Error(16, "While writing file for entry it changed size: %s", mb(name));
@@ -799,7 +828,12 @@ kyUtil::Error compressFile(const kyString::IString& source, const kyString::IStr
     if (!out.good()) {
         return kyUtil::Error(10, "Error compressing file: %s", mb(target));
     }
-    compressedSize = statusOf(target).getSize();
+    // Without the target's size the entry's extent is unknown: that is a failure too.
+    kyOS::FileStatus written;
+    if (kyOS::File::query(target, written).failed() || !written.exists()) {
+        return kyUtil::Error(10, "Error compressing file: %s", mb(target));
+    }
+    compressedSize = written.getSize();
     return kyUtil::Error();
 }
 

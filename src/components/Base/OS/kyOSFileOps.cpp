@@ -128,6 +128,23 @@ kyUtil::Error fileRename(const Filename& from, const Filename& to) {
     }
 }
 
+kyUtil::Error fileReplace(const Filename& from, const Filename& to) {
+    int error = 0;
+    const std::wstring source = from.name().str();
+    const std::wstring target = to.name().str();
+    if (retryInterrupted([&] { return fileCalls().replace(source, target, &error); }, &error) ==
+        0) {
+        // Then the move itself is made durable. It has happened either way, so a failure of
+        // this request is not reported: the caller could do nothing different with it.
+        const std::wstring dir = to.dirname().isEmpty() ? std::wstring(L".") : to.dirname().str();
+        int syncError = 0;
+        static_cast<void>(retryInterrupted(
+            [&] { return fileCalls().syncDirectory(dir, &syncError); }, &syncError));
+        return kyUtil::Error();
+    }
+    return kyUtil::Error(kRenameFailed, toIString(fileCalls().runtimeErrorText(error)));
+}
+
 kyUtil::Error fileRename(const char* from, const char* to) {
     return fileRename(filenameFrom(from), filenameFrom(to));
 }

@@ -39,6 +39,13 @@ KY_BASE_API kyUtil::Error fileRename(const Filename& from, const Filename& to);
 KY_BASE_API kyUtil::Error fileRename(const char* from, const char* to);
 KY_BASE_API kyUtil::Error fileRename(const wchar_t* from, const wchar_t* to);
 
+/// Moves `from` over `to` (which may exist) in one step: at every moment `to` names the old
+/// file or the new one, never neither, even if the process dies. Both must be in the same
+/// directory. The directory entry is then synced (a failure of that is not reported: the move
+/// has happened). A failure gives `kRenameFailed` (6) with the system's message and leaves
+/// both files as they were.
+KY_BASE_API kyUtil::Error fileReplace(const Filename& from, const Filename& to);
+
 /// The system's temporary directory ($TMPDIR, else /tmp, on POSIX systems).
 KY_BASE_API Filename getTempDirectory();
 /// A name for a temporary file in the temporary directory, not in use when made: the

@@ -94,6 +94,10 @@ struct FileCalls {
     int (*processId)();
     int notFoundError; ///< the system's "file not found" (Win32 2, ENOENT)
     int existsError;   ///< the system's "file exists" (Win32 80, EEXIST)
+    /// Moves `from` over an existing or missing `to` in one step, so that `to` names the old
+    /// or the new file at every moment (POSIX rename; Windows MoveFileEx with replace and
+    /// write-through). Errors are run-time error numbers.
+    int (*replace)(const std::wstring& from, const std::wstring& to, int* error);
 };
 
 /// The table in use (the native one unless a test replaced entries).
@@ -129,6 +133,7 @@ enum class FileCall {
     kGetCwd,
     kSetCwd,
     kIsRemote,
+    kReplace,
     kCount
 };
 

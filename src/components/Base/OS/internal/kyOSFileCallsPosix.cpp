@@ -168,13 +168,23 @@ int posixAccess(const std::wstring& name, int mode, int* error) {
                : failWithErrno(error);
 }
 
-int posixRename(const std::wstring& from, const std::wstring& to, int* error) {
-    if (injectedFault(FileCall::kRename, error)) {
+// A POSIX rename already replaces its target in one step: the table's rename and replace
+// entries differ only in the name the fault hook sees.
+int renameAs(FileCall call, const std::wstring& from, const std::wstring& to, int* error) {
+    if (injectedFault(call, error)) {
         return -1;
     }
     KY_NARROW(from, narrowFrom)
     KY_NARROW(to, narrowTo)
     return ::rename(narrowFrom.c_str(), narrowTo.c_str()) == 0 ? 0 : failWithErrno(error);
+}
+
+int posixRename(const std::wstring& from, const std::wstring& to, int* error) {
+    return renameAs(FileCall::kRename, from, to, error);
+}
+
+int posixReplace(const std::wstring& from, const std::wstring& to, int* error) {
+    return renameAs(FileCall::kReplace, from, to, error);
 }
 
 int posixUnlink(const std::wstring& name, int* error) {
@@ -511,6 +521,7 @@ const FileCalls& nativeFileCalls() {
         posixDiskFree,      posixIsRemote,       posixOwner,     posixFullPath,
         posixGetCwd,        posixSetCwd,         posixErrorText, posixErrorText,
         posixSameError,     posixProcessId,      ENOENT,         EEXIST,
+        posixReplace,
     };
     return calls;
 }

@@ -206,6 +206,23 @@ int winRename(const std::wstring& from, const std::wstring& to, int* error) {
     return _wrename(from.c_str(), to.c_str()) == 0 ? 0 : failWithErrno(error);
 }
 
+int runtimeErrorFor(int code);
+
+int winReplace(const std::wstring& from, const std::wstring& to, int* error) {
+    if (faulted(FileCall::kReplace, error, false)) {
+        return -1;
+    }
+    if (!usable(from) || !usable(to)) {
+        *error = EINVAL;
+        return -1;
+    }
+    if (MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+        return 0;
+    }
+    *error = runtimeErrorFor(static_cast<int>(GetLastError()));
+    return -1;
+}
+
 int winUnlink(const std::wstring& name, int* error) {
     if (faulted(FileCall::kUnlink, error, true)) {
         return -1;
@@ -543,6 +560,7 @@ const FileCalls& nativeFileCalls() {
         winProcessId,
         ERROR_FILE_NOT_FOUND,
         ERROR_FILE_EXISTS,
+        winReplace,
     };
     return calls;
 }
