@@ -5,7 +5,6 @@
 
 #include <Base/OS/kyOSFileOps.h>
 #include <Base/OS/kyOSFilename.h>
-#include <Base/OS/kyOSProtectedWrite.h>
 
 #include <filesystem>
 #include <fstream>
@@ -89,36 +88,35 @@ int create(const Options& options) {
     int failed = 0;
     const std::vector<Source> sources =
         collectSources(options.package, options.names, options.as, failed);
-    // Built under a temporary name beside the package and moved into place when complete,
-    // so that a package is never seen half made.
-    kyOS::ProtectedWrite protect{kyOS::Filename(wide(options.package))};
-    if (!protect.init()) {
-        report(options.package, "", "cannot prepare a temporary file beside it");
-        return kFatal;
-    }
-    const kyString::IString temp = protect.getTempFilename().name();
+    // Built under a temporary name beside the package and moved over it in one step when
+    // complete (the crash-safe update has synced it), so that a package is never seen half
+    // made and an existing one is replaced only by a finished one.
+    const kyOS::Filename target(wide(options.package));
+    const kyOS::Filename unique =
+        kyOS::createTmpFilename(kyString::IString(L"0.tmp"), target.basename().asWChar());
+    const kyOS::Filename temp = target.dirname().isEmpty()
+                                    ? kyOS::Filename(unique.basename())
+                                    : kyOS::Filename(target.dirname(), unique.basename());
     ioPackageFile package;
-    kyUtil::Error error = package.open(temp);
+    kyUtil::Error error = package.open(temp.name());
     if (error.failed()) {
         report(options.package, "", messageOf(error));
-        protect.invalidate();
         return kFatal;
     }
     package.setCrashSafe(true);
-    int result =
-        addSources(package, options.package, temp.asMultibyte(), sources, options.compress, failed);
+    int result = addSources(package, options.package, temp.name().asMultibyte(), sources,
+                            options.compress, failed);
     if (result == kOk && package.size() == 0) {
         result = writeEmptyDirectory(package, options.package);
     }
     result = finishEdit(package, options.package, result, failed);
-    if (result == kFatal) {
-        protect.invalidate();
-        static_cast<void>(protect.finalize());
-        return kFatal;
-    }
-    if (!protect.finalize()) {
+    if (result != kFatal && kyOS::fileReplace(temp, target).failed()) {
         report(options.package, "", "cannot move the new package into place");
-        return kFatal;
+        result = kFatal;
+    }
+    if (result == kFatal) {
+        std::error_code ec;
+        fs::remove(fs::path(temp.name().asMultibyte()), ec);
     }
     return result;
 }
