@@ -84,6 +84,7 @@ int main() {
     showcaseIO();
     showcasePackets();
     showcasePackages();
+    showcasePackageEditing();
     showcaseSignals();
     showcaseUndo();
     showcaseLinear();

@@ -15,6 +15,7 @@ void showcaseGetOpt();
 void showcaseIO();
 void showcasePackets();
 void showcasePackages();
+void showcasePackageEditing();
 void showcaseSignals();
 void showcaseTCP();
 void showcaseUndo();

@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
 #include <grp.h>
 #include <sys/wait.h>
@@ -77,6 +78,31 @@ long forkChild(const std::function<int()>& body) {
     const pid_t pid = ::fork();
     if (pid == 0) {
         ::_exit(body());
+    }
+    return static_cast<long>(pid);
+}
+
+long startProgram(const std::string& program, const std::vector<std::string>& arguments,
+                  const std::string& output,
+                  const std::vector<std::pair<const char*, const char*>>& environment) {
+    std::vector<char*> argv;
+    argv.push_back(const_cast<char*>(program.c_str()));
+    for (const std::string& argument : arguments) {
+        argv.push_back(const_cast<char*>(argument.c_str()));
+    }
+    argv.push_back(nullptr);
+    std::fflush(nullptr);
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        for (const auto& variable : environment) {
+            setEnvironment(variable.first, variable.second);
+        }
+        const int fd = ::open(output.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
+        if (fd < 0 || ::dup2(fd, 1) < 0 || ::dup2(fd, 2) < 0) {
+            ::_exit(126);
+        }
+        ::execv(program.c_str(), argv.data());
+        ::_exit(127);
     }
     return static_cast<long>(pid);
 }

@@ -29,6 +29,11 @@ long forkChild(const std::function<int()>&) {
     return -1;
 }
 
+long startProgram(const std::string&, const std::vector<std::string>&, const std::string&,
+                  const std::vector<std::pair<const char*, const char*>>&) {
+    return -1;
+}
+
 ChildEnd waitChild(long, bool) {
     return ChildEnd();
 }

@@ -34,6 +34,14 @@ bool canForkAndKill();
 /// value `body` returns. The child's id, or -1 when none could be made (always on Windows).
 long forkChild(const std::function<int()>& body);
 
+/// Starts `program` with `arguments` in a child process, its standard output and error
+/// going to the file `output`, each variable of `environment` set (or, with a null value,
+/// removed) in the child only. The child's id for `waitChild` / `killChild`, or -1 when none
+/// could be made (always on Windows).
+long startProgram(const std::string& program, const std::vector<std::string>& arguments,
+                  const std::string& output,
+                  const std::vector<std::pair<const char*, const char*>>& environment);
+
 /// How a wait for a child ended.
 struct ChildEnd {
     bool waited = false;  ///< the wait itself succeeded
