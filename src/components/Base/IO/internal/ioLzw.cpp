@@ -18,13 +18,6 @@ inline std::uint32_t slotOf(std::uint32_t prefix, std::uint32_t byte) {
     return ((byte << (kHashBits - 8)) ^ prefix) & kHashMask;
 }
 
-// The widest code of a width; at the widest width the table only ever fills.
-// The ratio check counts input in steps of 8 KiB, as the `compress` program reads it, so that
-// both start new tables at much the same places and compress to much the same size.
-inline std::uint64_t countedIn(std::uint64_t taken) {
-    return (taken + 8191) & ~std::uint64_t{8191};
-}
-
 } // namespace
 
 LzwEncoder::LzwEncoder()
@@ -54,8 +47,11 @@ void LzwEncoder::start(std::vector<unsigned char>& out) {
     groupCodes_ = 0;
     bytesIn_ = 0;
     bytesOut_ = 3;
-    checkpoint_ = kCheckGap;
+    checkpoint_ = 0;
     ratio_ = 0;
+    filled_ = false;
+    shadowBits_ = 0;
+    firstWidening_ = true;
 }
 
 void LzwEncoder::putCode(int code, unsigned char*& o) {
@@ -82,27 +78,50 @@ void LzwEncoder::padGroup(unsigned char*& o) {
     groupCodes_ = 0;
 }
 
-// With the table full, a falling ratio of input to output means the table no longer fits the
-// data: start a new one.
+// The ratio check of the classic coder: when the table fills, it notes the ratio of input to
+// output so far; from then on, every `kCheckGap` input bytes, a ratio that fell means the table
+// no longer fits the data, and a new one starts. Our table fills one entry earlier (257 is
+// taken), and our codes widen one code earlier, which changes the output by a few bits. Tiny as
+// that is, it can turn a check the other way, and then the two coders start their tables at
+// other places and end far apart on data whose ratio hovers. So the check looks at the stream
+// as the classic coder would have it: it notes the ratio one code later, and it counts the
+// output with `shadowBits_`, the bits that the other widening would have cost.
 void LzwEncoder::checkRatio(unsigned char*& out) {
     checkpoint_ = bytesIn_ + kCheckGap;
+    const std::uint64_t bitsOut = bytesOut_ * 8 + static_cast<std::uint64_t>(accBits_);
+    const std::uint64_t seen = (bitsOut + static_cast<std::uint64_t>(shadowBits_)) / 8;
     std::uint64_t ratio;
     if (bytesIn_ > 0x007FFFFF) {
-        const std::uint64_t scaled = bytesOut_ >> 8;
+        const std::uint64_t scaled = seen >> 8;
         ratio = scaled == 0 ? 0x7FFFFFFF : bytesIn_ / scaled;
     } else {
-        ratio = (bytesIn_ << 8) / bytesOut_;
+        ratio = (bytesIn_ << 8) / seen;
     }
-    if (ratio >= ratio_) {
+    if (!filled_ || ratio >= ratio_) {
+        filled_ = true;
         ratio_ = ratio;
         return;
     }
     ratio_ = 0;
+    filled_ = false;
+    checkpoint_ = 0; // the next table notes its ratio as soon as it is full
     putCode(kLzwClear, out);
     padGroup(out);
     clearTable();
     bits_ = kLzwMinBits;
     maxCode_ = lzwMaxCodeFor(bits_);
+    firstWidening_ = true;
+}
+
+// What widening after a code in group position `group` costs the classic coder in bits, less
+// what it costs us: it writes one more code in the old width (one bit less) and pads the group
+// from one code later; from the second widening of a table on, its groups start one code
+// later than ours too, which evens that out.
+std::int64_t LzwEncoder::wideningShadow(unsigned group, int bits) {
+    const unsigned ours = (8 - group % 8) % 8;
+    const unsigned theirs = firstWidening_ ? (8 - (group + 1) % 8) % 8 : ours;
+    firstWidening_ = false;
+    return (static_cast<std::int64_t>(theirs) - static_cast<std::int64_t>(ours)) * bits - 1;
 }
 
 void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<unsigned char>& out) {
@@ -159,6 +178,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
     // After a code, when the table outgrew the present width: the rest of the group, then
     // the next width.
     auto widen = [&] {
+        shadowBits_ += wideningShadow(groupCodes, bits);
         accBits += static_cast<int>((8 - groupCodes % 8) % 8) * bits;
         while (accBits >= 8) {
             *o++ = static_cast<unsigned char>(acc);
@@ -176,7 +196,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
             acc >>= 8;
             accBits -= 8;
         }
-        bytesIn_ = countedIn(before + at + 1);
+        bytesIn_ = before + at;
         acc_ = acc;
         accBits_ = accBits;
         groupCodes_ = groupCodes;
@@ -210,7 +230,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
             prefix = byte;
             if (free < kLzwTableSize) {
                 pair = static_cast<std::uint16_t>(free++);
-            } else if (countedIn(before + i + 1) >= checkpoint_) {
+            } else if (before + i >= checkpoint_) {
                 check(i);
             }
             continue;
@@ -244,7 +264,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
         if (free < kLzwTableSize) {
             keys[slot] = key;
             codes[slot] = static_cast<std::uint16_t>(free++);
-        } else if (countedIn(before + i + 1) >= checkpoint_) {
+        } else if (before + i >= checkpoint_) {
             check(i);
         }
     }

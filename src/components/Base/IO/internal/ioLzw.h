@@ -46,6 +46,7 @@ private:
     void padGroup(unsigned char*& o);
     void clearTable();
     void checkRatio(unsigned char*& o);
+    std::int64_t wideningShadow(unsigned group, int bits);
 
     // Hash slots of strings of two or more codes: generation << 24 | prefix << 8 | byte.
     std::vector<std::uint32_t> keys_;
@@ -66,8 +67,11 @@ private:
     unsigned groupCodes_ = 0; // codes written since the start of the present group run
     std::uint64_t bytesIn_ = 0;
     std::uint64_t bytesOut_ = 0;
-    std::uint64_t checkpoint_ = 0;
+    std::uint64_t checkpoint_ = 0; // input count of the next ratio check, once the table is full
     std::uint64_t ratio_ = 0;
+    bool filled_ = false;         // the ratio of the full table was noted
+    std::int64_t shadowBits_ = 0; // see `checkRatio`
+    bool firstWidening_ = true;
 };
 
 /// Copies `n` (at least 1) bytes in 16-byte pieces, so it may read and write up to 15 bytes
