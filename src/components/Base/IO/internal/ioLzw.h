@@ -46,9 +46,11 @@ private:
     void padGroup(unsigned char*& o);
     void clearTable();
     void checkRatio(unsigned char*& o);
+    std::uint32_t codeOf(std::uint32_t name) const;
     std::int64_t wideningShadow(unsigned group, int bits);
 
-    // Hash slots of strings of two or more codes: generation << 24 | prefix << 8 | byte.
+    // Hash slots of strings of three or more bytes: generation << 26 | prefix << 8 | byte,
+    // where the prefix is named as `add` says; the code of each slot beside it.
     std::vector<std::uint32_t> keys_;
     std::vector<std::uint16_t> codes_;
     // Two-byte strings, direct: [first << 8 | second] = code, 0 when free; small enough to be
@@ -58,7 +60,7 @@ private:
     std::size_t scratchSize_ = 0;
     std::uint32_t generation_ = 0; // of the present table; slots of others read as free
     bool started_ = false;
-    int prefix_ = -1;
+    int prefix_ = -1; // the string being matched, named as `add` says; -1 before the first byte
     int free_ = kLzwFirst;
     int bits_ = kLzwMinBits;
     int maxCode_ = (1 << kLzwMinBits) - 1;
