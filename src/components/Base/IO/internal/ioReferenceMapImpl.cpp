@@ -64,7 +64,9 @@ ioReferenceMapImpl::Record* ioReferenceMapImpl::touch(int number) {
     if (number < 1) {
         return nullptr;
     }
-    grow(number);
+    if (number >= capacity_) {
+        grow(number);
+    }
     Record*& page = pages_[static_cast<std::size_t>(number / kPageSize)];
     if (page == nullptr) {
         page = new Record[kPageSize];
