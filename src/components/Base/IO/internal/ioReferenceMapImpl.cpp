@@ -60,7 +60,13 @@ void ioReferenceMapImpl::grow(int number) {
     pages_.resize(static_cast<std::size_t>((target + kPageSize - 1) / kPageSize), nullptr);
 }
 
-ioReferenceMapImpl::Record* ioReferenceMapImpl::touch(int number) {
+ioReferenceMapImpl::Record* ioReferenceMapImpl::newPage() {
+    return new Record[kPageSize];
+}
+
+// Small enough to be inlined into the operations below, which call it for every reference;
+// the page allocation stays out of line.
+inline ioReferenceMapImpl::Record* ioReferenceMapImpl::touch(int number) {
     if (number < 1) {
         return nullptr;
     }
@@ -69,7 +75,7 @@ ioReferenceMapImpl::Record* ioReferenceMapImpl::touch(int number) {
     }
     Record*& page = pages_[static_cast<std::size_t>(number / kPageSize)];
     if (page == nullptr) {
-        page = new Record[kPageSize];
+        page = newPage();
     }
     Record& record = page[number % kPageSize];
     if (!record.inUse) {

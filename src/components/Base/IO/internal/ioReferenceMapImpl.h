@@ -62,6 +62,7 @@ private:
     void grow(int number);
     /// The record of `number`, creating its page; null for numbers below 1.
     Record* touch(int number);
+    static Record* newPage();
     static void freeFixups(Record& record);
     static void queue(Record& record, void** slot, ioPacketType* type, int extra);
     /// True when `address` sorts after every address in the tree (or the tree is empty).
