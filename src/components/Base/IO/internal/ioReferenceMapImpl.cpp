@@ -3,7 +3,9 @@
 
 #include <Base/IO/ioPacketType.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <functional>
 
 ioReferenceMap::~ioReferenceMap() = default;
@@ -116,6 +118,14 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
         return;
     }
     Record* record = touch(number);
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    if (rising_ && !alias && number == risingCount_ + 1 && (number == 1 || at > risingLast_)) {
+        risingFirst_ = number == 1 ? at : risingFirst_;
+        risingLast_ = at;
+        risingCount_ = number;
+    } else {
+        rising_ = false;
+    }
     if (beyondLast(address)) {
         // Objects written from an array or a pool arrive in rising address order: the hint
         // makes their insertion constant time.
@@ -137,9 +147,43 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
     }
 }
 
+// While the numbers 1 to `risingCount_` went to rising addresses, one each, the records are a
+// sorted table of addresses: a search there finds what the tree would, and objects from an
+// array are found at the first guess, by where the address lies between the first and the last.
+int ioReferenceMapImpl::risingLookup(std::uintptr_t at) const {
+    if (risingCount_ == 0 || at < risingFirst_ || at > risingLast_) {
+        return -1;
+    }
+    int low = 1;
+    int high = risingCount_;
+    int guess = risingCount_ == 1
+                    ? 1
+                    : 1 + static_cast<int>(static_cast<double>(at - risingFirst_) /
+                                               static_cast<double>(risingLast_ - risingFirst_) *
+                                               (risingCount_ - 1) +
+                                           0.5); // rounded: a quotient just below k is k
+    while (low <= high) {
+        guess = std::max(low, std::min(high, guess));
+        const std::uintptr_t there = reinterpret_cast<std::uintptr_t>(find(guess)->address);
+        if (there == at) {
+            return guess;
+        }
+        if (there < at) {
+            low = guess + 1;
+        } else {
+            high = guess - 1;
+        }
+        guess = low + (high - low) / 2;
+    }
+    return -1;
+}
+
 int ioReferenceMapImpl::lookup(const void* address) const {
     if (address == nullptr) {
         return 0;
+    }
+    if (rising_) {
+        return risingLookup(reinterpret_cast<std::uintptr_t>(address));
     }
     if (beyondLast(address)) {
         return -1; // the common case of a new object: no descent
@@ -197,6 +241,7 @@ void ioReferenceMapImpl::undefine(int number) {
     if (find(number) == nullptr) {
         return;
     }
+    rising_ = false; // a record without its address
     Record* record = touch(number);
     record->live = 0;
     record->address = nullptr;

@@ -67,12 +67,20 @@ private:
     static void queue(Record& record, void** slot, ioPacketType* type, int extra);
     /// True when `address` sorts after every address in the tree (or the tree is empty).
     bool beyondLast(const void* address) const;
+    /// `lookup` while the map is rising (see there): the number of `at`, -1 when none.
+    int risingLookup(std::uintptr_t at) const;
 
     ky::map<const void*, int> tree_;
     int lastNumber_;
     int capacity_;
     int highest_;
     std::vector<Record*> pages_;
+    // Whether every number so far went, in order from 1, to an address above the one before
+    // (no alias, no second definition, nothing undefined): then lookups need no tree descent.
+    bool rising_ = true;
+    int risingCount_ = 0;
+    std::uintptr_t risingFirst_ = 0;
+    std::uintptr_t risingLast_ = 0;
 };
 
 #endif // KY_IO_INTERNAL_REFERENCEMAPIMPL_H
