@@ -49,8 +49,9 @@ private:
     std::uint32_t codeOf(std::uint32_t name) const;
     std::int64_t wideningShadow(unsigned group, int bits);
 
-    // Hash slots of strings of three or more bytes: generation << 26 | prefix << 8 | byte,
-    // where the prefix is named as `add` says; the code of each slot beside it.
+    // Hash slots of strings of three or more bytes: the generation in the top bits, then
+    // prefix << 8 | byte, where the prefix is named as `add` says; the code of each slot beside
+    // it.
     std::vector<std::uint32_t> keys_;
     std::vector<std::uint16_t> codes_;
     // Two-byte strings, direct: [first << 8 | second] = code, 0 when free; small enough to be
