@@ -120,20 +120,21 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
     Record* record = touch(number);
     const auto at = reinterpret_cast<std::uintptr_t>(address);
     if (rising_ && !alias && number == risingCount_ + 1 && (number == 1 || at > risingLast_)) {
+        // The records hold the pair: the tree gets it only if the run ends.
         risingFirst_ = number == 1 ? at : risingFirst_;
         risingLast_ = at;
         risingCount_ = number;
     } else {
-        rising_ = false;
-    }
-    if (beyondLast(address)) {
-        // Objects written from an array or a pool arrive in rising address order: the hint
-        // makes their insertion constant time.
-        tree_.insert(tree_.cend(), {address, number});
-    } else {
-        auto inserted = tree_.insert({address, number});
-        if (!inserted.second) {
-            inserted.first->second = number; // an address that had another number
+        leaveRising();
+        if (beyondLast(address)) {
+            // Objects from an array or a pool arrive in rising address order: the hint makes
+            // their insertion constant time.
+            tree_.insert(tree_.cend(), {address, number});
+        } else {
+            auto inserted = tree_.insert({address, number});
+            if (!inserted.second) {
+                inserted.first->second = number; // an address that had another number
+            }
         }
     }
     if (!alias || record->address == nullptr) {
@@ -144,6 +145,16 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
     if (number > lastNumber_) {
         // Numbers read from a file are taken: a later newReference must not hand them out.
         lastNumber_ = number;
+    }
+}
+
+void ioReferenceMapImpl::leaveRising() {
+    if (!rising_) {
+        return;
+    }
+    rising_ = false;
+    for (int n = 1; n <= risingCount_; ++n) {
+        tree_.insert(tree_.cend(), {find(n)->address, n}); // in rising order: constant time
     }
 }
 
@@ -241,7 +252,7 @@ void ioReferenceMapImpl::undefine(int number) {
     if (find(number) == nullptr) {
         return;
     }
-    rising_ = false; // a record without its address
+    leaveRising(); // before a record loses its address
     Record* record = touch(number);
     record->live = 0;
     record->address = nullptr;

@@ -12,6 +12,9 @@
 /// Addresses go to numbers through a red-black tree (nodes from a block allocator, ten a
 /// block); numbers go to records held in pages of 1,250. Pages are allocated when a record
 /// in them is first touched, so a high number costs one page, not every page below it.
+/// While numbers from 1 on go to rising addresses, one each (objects written or read from an
+/// array or a pool), the records are already a sorted table of the pairs: the tree is filled
+/// from them only when that run ends, and lookups search the records until then.
 class KY_BASE_API ioReferenceMapImpl : public ioReferenceMap {
 public:
     static constexpr int kPageSize = 1250;
@@ -69,6 +72,8 @@ private:
     bool beyondLast(const void* address) const;
     /// `lookup` while the map is rising (see there): the number of `at`, -1 when none.
     int risingLookup(std::uintptr_t at) const;
+    /// Ends the rising run (if any), moving its pairs into the tree.
+    void leaveRising();
 
     ky::map<const void*, int> tree_;
     int lastNumber_;
