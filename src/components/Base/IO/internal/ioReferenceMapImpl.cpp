@@ -175,7 +175,10 @@ int ioReferenceMapImpl::risingLookup(std::uintptr_t at) const {
                                            0.5); // rounded: a quotient just below k is k
     while (low <= high) {
         guess = std::max(low, std::min(high, guess));
-        const std::uintptr_t there = reinterpret_cast<std::uintptr_t>(find(guess)->address);
+        // Every record of the run exists: no checks (nor a call) on the way.
+        const Record& record =
+            pages_[static_cast<std::size_t>(guess / kPageSize)][guess % kPageSize];
+        const std::uintptr_t there = reinterpret_cast<std::uintptr_t>(record.address);
         if (there == at) {
             return guess;
         }
