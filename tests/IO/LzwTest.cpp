@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <random>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace {
@@ -140,6 +141,141 @@ TEST(Lzw, SectionsFollowOneAnotherAndLeaveWhatComesAfter) {
     EXPECT_EQ(decoder.decode(range, o, out.data() + out.size()), LzwDecoder::kEnd);
     EXPECT_EQ(Bytes(out.data(), o), sample(100, 1, 2));
     EXPECT_EQ(range.end - range.p, 1);
+}
+
+// The classic coder, written the plain way: entries from 257, and its ratio check (noted when
+// the table fills, then every 10,000 input bytes; a new table when the ratio fell). Returns
+// the input offsets at which it starts new tables, and sets `size` to its output's size.
+std::vector<std::size_t> classicTables(const Bytes& data, std::size_t& size) {
+    std::unordered_map<std::uint32_t, int> table;
+    std::vector<std::size_t> clears;
+    std::uint64_t bitsOut = 24;
+    int bits = 9;
+    int free = 257;
+    unsigned group = 0;
+    std::uint64_t checkpoint = 0;
+    std::uint64_t ratio = 0;
+    auto put = [&] {
+        bitsOut += static_cast<unsigned>(bits);
+        ++group;
+    };
+    auto pad = [&] {
+        bitsOut += ((8 - group % 8) % 8) * static_cast<unsigned>(bits);
+        group = 0;
+    };
+    auto ratioAt = [&](std::uint64_t in) {
+        const std::uint64_t out = bitsOut / 8;
+        return in > 0x007FFFFF ? in / (out >> 8) : (in << 8) / out;
+    };
+    int prefix = data[0];
+    for (std::size_t i = 1; i < data.size(); ++i) {
+        const std::uint32_t key = static_cast<std::uint32_t>(prefix) << 8 | data[i];
+        const auto found = table.find(key);
+        if (found != table.end()) {
+            prefix = found->second;
+            continue;
+        }
+        put();
+        if (free > (bits >= 16 ? 65536 : (1 << bits) - 1)) {
+            pad();
+            ++bits;
+        }
+        prefix = data[i];
+        if (free < 65536) {
+            table[key] = free++;
+            if (free == 65536) {
+                checkpoint = i + 10000;
+                ratio = ratioAt(i);
+            }
+        } else if (i >= checkpoint) {
+            checkpoint = i + 10000;
+            const std::uint64_t now = ratioAt(i);
+            if (now >= ratio) {
+                ratio = now;
+            } else {
+                put();
+                pad();
+                clears.push_back(i);
+                table.clear();
+                free = 257;
+                bits = 9;
+                ratio = 0;
+            }
+        }
+    }
+    put();
+    size = static_cast<std::size_t>((bitsOut + 7) / 8);
+    return clears;
+}
+
+// The input offsets at which a stream of ours starts new tables.
+std::vector<std::size_t> tablesOf(const Bytes& stream) {
+    std::vector<std::size_t> clears;
+    std::vector<std::uint32_t> length(ioDetail::kLzwTableSize, 1);
+    std::size_t at = 24;
+    std::size_t in = 0;
+    int bits = 9;
+    int free = ioDetail::kLzwFirst;
+    int previous = -1;
+    unsigned group = 0;
+    for (;;) {
+        int code = 0;
+        for (int b = 0; b < bits; ++b, ++at) {
+            code |= (stream.at(at / 8) >> (at % 8) & 1) << b;
+        }
+        if (code == ioDetail::kLzwEnd) {
+            return clears;
+        }
+        const bool clear = code == ioDetail::kLzwClear;
+        if (clear) {
+            clears.push_back(in);
+            free = ioDetail::kLzwFirst;
+            previous = -1;
+        } else {
+            const std::uint32_t n = code == free ? length[previous] + 1 : length[code];
+            if (previous >= 0 && free < ioDetail::kLzwTableSize) {
+                length[free++] = length[previous] + 1;
+            }
+            in += n;
+            previous = code;
+        }
+        ++group;
+        if (clear || free > (bits >= 16 ? ioDetail::kLzwTableSize : (1 << bits) - 1)) {
+            at += ((8 - group % 8) % 8) * static_cast<std::size_t>(bits);
+            group = 0;
+            bits = clear ? 9 : bits + 1;
+        }
+    }
+}
+
+// Our table holds one entry less and our codes widen one code earlier; on data whose ratio
+// hovers, the ratio check must still start new tables where the classic coder does, or the
+// two drift apart. Pieces of text, noisy numbers and random bytes make the ratio rise and fall.
+TEST(Lzw, NewTablesStartWhereTheClassicCoderStartsThem) {
+    std::mt19937 random(21);
+    Bytes data;
+    for (int piece = 0; data.size() < (6u << 20); ++piece) {
+        const std::size_t end = data.size() + (64u << 10) * (1 + random() % 4);
+        while (data.size() < end) {
+            switch (piece % 3) {
+            case 0:
+                data.push_back(static_cast<unsigned char>("the quick brown fox "[random() % 20]));
+                break;
+            case 1:
+                data.push_back(static_cast<unsigned char>(data.size() / 97 + random() % 3));
+                break;
+            default:
+                data.push_back(static_cast<unsigned char>(random() % 64));
+            }
+        }
+    }
+    std::size_t classicSize = 0;
+    const std::vector<std::size_t> classic = classicTables(data, classicSize);
+    const Bytes stream = compress(data, 4096);
+    EXPECT_GE(classic.size(), 3u);
+    EXPECT_EQ(tablesOf(stream), classic);
+    EXPECT_NEAR(static_cast<double>(stream.size()), static_cast<double>(classicSize),
+                classicSize * 0.001);
 }
 
 // A long run makes strings whose total outgrows the decoder's history long before the table

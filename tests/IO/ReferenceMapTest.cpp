@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <map>
 #include <memory>
+#include <random>
 #include <tuple>
 #include <vector>
 
@@ -49,6 +50,83 @@ TEST(ReferenceMap, NumbersRecordsAndPages) {
     map.undefine(&b);
     EXPECT_EQ(map.lookup(&b), -1);
     EXPECT_EQ(map.definition(1250), nullptr);
+}
+
+// Lookups by address against a plain model of the map, first while objects of an array are
+// numbered in rising address order (the map then searches its records), then through random
+// definitions, aliases, redefinitions and undefinitions that end that order.
+TEST(ReferenceMap, LookupsAgreeWithAModelInAndOutOfRisingOrder) {
+    for (unsigned seed = 1; seed <= 12; ++seed) {
+        std::mt19937 random(seed);
+        std::vector<long> objects(1500 + seed * 37);
+        ioReferenceMapImpl map;
+        std::map<const void*, int> numberOf;                 // the tree as the model has it
+        std::map<int, std::pair<const void*, bool>> records; // address, live
+        int last = 0;
+        auto model = [&](int number, const void* address, bool alias) {
+            numberOf[address] = number;
+            auto& record = records[number];
+            if (!alias || record.first == nullptr) {
+                record.first = address;
+            }
+            record.second = true;
+            last = std::max(last, number);
+        };
+        auto define = [&](int number, const void* address, bool alias) {
+            map.define(number, const_cast<void*>(address), alias);
+            model(number, address, alias);
+        };
+        auto check = [&](const char* phase) {
+            for (std::size_t i = 0; i < objects.size(); i += 1 + random() % 7) {
+                const void* address = &objects[i];
+                const auto it = numberOf.find(address);
+                const int expected =
+                    it == numberOf.end() || !records[it->second].second ? -1 : it->second;
+                ASSERT_EQ(map.lookup(address), expected) << phase << " seed " << seed << " @" << i;
+            }
+        };
+        // Rising: every object up to a point, some skipped, each above the one before.
+        const std::size_t rising = objects.size() / 2 + random() % (objects.size() / 2);
+        for (std::size_t i = 0; i < rising; i += 1 + (random() % 5 == 0 ? random() % 4 : 0)) {
+            EXPECT_EQ(map.newReference(&objects[i]), last + 1);
+            model(last + 1, &objects[i], false);
+        }
+        check("rising");
+        EXPECT_EQ(map.lookup(objects.data() + objects.size()), -1);
+        for (int step = 0; step < 300; ++step) {
+            const void* address = &objects[random() % objects.size()];
+            const int number = 1 + static_cast<int>(random() % static_cast<unsigned>(last + 5));
+            switch (random() % 5) {
+            case 0: {
+                const int got = map.newReference(const_cast<void*>(address));
+                EXPECT_EQ(got, last + 1);
+                model(got, address, false);
+                break;
+            }
+            case 1:
+            case 2:
+                define(number, address, random() % 3 == 0);
+                break;
+            case 3:
+                if (records.count(number) != 0) {
+                    map.undefine(number);
+                    records[number] = {nullptr, false};
+                }
+                break;
+            default: {
+                const auto it = numberOf.find(address);
+                if (it != numberOf.end() && records[it->second].second) {
+                    map.undefine(const_cast<void*>(address));
+                    records[it->second] = {nullptr, false};
+                }
+            }
+            }
+            if (step % 10 == 0) {
+                check("mixed");
+            }
+        }
+        check("end");
+    }
 }
 
 TEST(ReferenceMap, FixupsFillOnDefinitionAndAliasesShareANumber) {

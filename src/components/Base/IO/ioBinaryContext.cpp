@@ -24,6 +24,10 @@ void reverse(char* bytes, int size) {
     std::reverse(bytes, bytes + size);
 }
 
+std::uint32_t swap32(std::uint32_t v) {
+    return (v >> 24) | ((v >> 8) & 0xFF00u) | ((v << 8) & 0xFF0000u) | (v << 24);
+}
+
 } // namespace ioDetail
 
 // ---------------------------------------------------------------------------------------------
@@ -59,6 +63,19 @@ void ioWriteContextBinary::put(const void* bytes, int count) {
         return;
     }
     buffer_->putRaw(bytes, count);
+}
+
+// A value of fixed size: a plain store when the packet area has room (nearly always), else
+// the general path.
+template <class T>
+inline void ioWriteContextBinary::putValue(T value) {
+    ioPacketFileBinaryBuffer* const b = buffer_;
+    if (b != nullptr && b->size - b->position > static_cast<std::int32_t>(sizeof value)) {
+        std::memcpy(b->data.data() + b->position, &value, sizeof value);
+        b->position += static_cast<std::int32_t>(sizeof value);
+        return;
+    }
+    put(&value, static_cast<int>(sizeof value));
 }
 
 void ioWriteContextBinary::openPacket(int typeId, bool hasObject) {
@@ -100,43 +117,41 @@ void ioWriteContextBinary::closePacket() {
 }
 
 void ioWriteContextBinary::writeInt32Placeholder() {
-    const std::int32_t zero = 0;
-    put(&zero, 4);
+    putValue(std::int32_t{0});
 }
 
 void ioWriteContextBinary::writeBool(bool value) {
-    const char byte = value ? 1 : 0;
-    put(&byte, 1);
+    putValue(static_cast<char>(value ? 1 : 0));
 }
 void ioWriteContextBinary::writeChar(char value) {
-    put(&value, 1);
+    putValue(value);
 }
 void ioWriteContextBinary::writeUChar(unsigned char value) {
-    put(&value, 1);
+    putValue(value);
 }
 void ioWriteContextBinary::writeShort(short value) {
-    put(&value, 2);
+    putValue(value);
 }
 void ioWriteContextBinary::writeUShort(unsigned short value) {
-    put(&value, 2);
+    putValue(value);
 }
 void ioWriteContextBinary::writeInt(int value) {
-    put(&value, 4);
+    putValue(value);
 }
 void ioWriteContextBinary::writeUInt(unsigned int value) {
-    put(&value, 4);
+    putValue(value);
 }
 void ioWriteContextBinary::writeInt64(std::int64_t value) {
-    put(&value, 8);
+    putValue(value);
 }
 void ioWriteContextBinary::writeUInt64(std::uint64_t value) {
-    put(&value, 8);
+    putValue(value);
 }
 void ioWriteContextBinary::writeFloat(float value) {
-    put(&value, 4);
+    putValue(value);
 }
 void ioWriteContextBinary::writeDouble(double value) {
-    put(&value, 8);
+    putValue(value);
 }
 void ioWriteContextBinary::writeCString(const char* text) {
     if (text == nullptr) {
@@ -183,7 +198,7 @@ void ioWriteContextBinary::writeDoubleArray(const double* values, int count) {
     putArray(values, 8, count);
 }
 void ioWriteContextBinary::writeReferenceNumber(int number) {
-    put(&number, 4);
+    putValue(static_cast<std::int32_t>(number));
 }
 void ioWriteContextBinary::writeTag(char tag) {
     put(&tag, 1);
@@ -219,15 +234,24 @@ void ioReadContextBinary::makeCurrent(ioPacketFileBuffer* state) {
 }
 
 int ioReadContextBinary::assemble(const unsigned char* bytes) const {
-    std::uint32_t value = 0;
-    for (int i = 0; i < 4; ++i) {
-        if (swapped_) {
-            value = (value << 8) | bytes[i];
-        } else {
-            value |= static_cast<std::uint32_t>(bytes[i]) << (8 * i);
-        }
+    std::uint32_t value;
+    std::memcpy(&value, bytes, 4);
+    return static_cast<int>(swapped_ ? ioDetail::swap32(value) : value);
+}
+
+// A value of fixed size: one load when it lies inside the level (nearly always), else the
+// general path with its checks and its message.
+template <class T>
+inline void ioReadContextBinary::takeValue(T& value) {
+    ioPacketFileBinaryBuffer* const b = buffer_;
+    if (b != nullptr && b->depth > 0 && !swapped_ &&
+        static_cast<std::int64_t>(b->position) + static_cast<std::int64_t>(sizeof value) <=
+            b->levels[static_cast<std::size_t>(b->depth - 1)].end) {
+        std::memcpy(&value, b->data.data() + b->position, sizeof value);
+        b->position += static_cast<std::int32_t>(sizeof value);
+        return;
     }
-    return static_cast<int>(value);
+    take(&value, static_cast<int>(sizeof value), 1);
 }
 
 int ioReadContextBinary::readPacketOpening() {
@@ -353,7 +377,7 @@ void ioReadContextBinary::leaveSubPacket() {
 
 int ioReadContextBinary::readLength() {
     std::int32_t length = 0;
-    take(&length, 4, 1);
+    takeValue(length);
     return length;
 }
 
@@ -388,34 +412,34 @@ void ioReadContextBinary::doReadBool(bool& value) {
     value = byte != 0;
 }
 void ioReadContextBinary::doReadChar(char& value) {
-    take(&value, 1, 1);
+    takeValue(value);
 }
 void ioReadContextBinary::doReadUChar(unsigned char& value) {
-    take(&value, 1, 1);
+    takeValue(value);
 }
 void ioReadContextBinary::doReadShort(short& value) {
-    take(&value, 2, 1);
+    takeValue(value);
 }
 void ioReadContextBinary::doReadUShort(unsigned short& value) {
-    take(&value, 2, 1);
+    takeValue(value);
 }
 void ioReadContextBinary::doReadInt(int& value) {
-    take(&value, 4, 1);
+    takeValue(value);
 }
 void ioReadContextBinary::doReadUInt(unsigned int& value) {
-    take(&value, 4, 1);
+    takeValue(value);
 }
 void ioReadContextBinary::doReadInt64(std::int64_t& value) {
-    take(&value, 8, 1);
+    takeValue(value);
 }
 void ioReadContextBinary::doReadUInt64(std::uint64_t& value) {
-    take(&value, 8, 1);
+    takeValue(value);
 }
 void ioReadContextBinary::doReadFloat(float& value) {
-    take(&value, 4, 1);
+    takeValue(value);
 }
 void ioReadContextBinary::doReadDouble(double& value) {
-    take(&value, 8, 1);
+    takeValue(value);
 }
 
 const char* ioReadContextBinary::doReadCString() {
@@ -476,7 +500,7 @@ void ioReadContextBinary::doReadDoubleArray(double* values, int count) {
 
 int ioReadContextBinary::doReadReferenceNumber() {
     std::int32_t number = 0;
-    take(&number, 4, 1);
+    takeValue(number);
     return number;
 }
 

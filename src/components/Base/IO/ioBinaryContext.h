@@ -55,6 +55,8 @@ protected:
 
 private:
     void put(const void* bytes, int count);
+    template <class T>
+    void putValue(T value);
     void putArray(const void* values, int size, int count);
     void writeInt32Placeholder();
     void writeBoolValue(bool value);
@@ -110,6 +112,8 @@ private:
     /// `count` elements of `size` bytes, byte-reversed per element when swapped; zeros and
     /// `ioBadData` when they lie beyond the level's end.
     void take(void* out, int size, int count);
+    template <class T>
+    void takeValue(T& value);
     int assemble(const unsigned char* bytes) const;
     int readLength();
 

@@ -38,7 +38,7 @@ void ioBuffer::account(int moved) {
     }
 }
 
-int ioBuffer::read(char* data, int length) {
+int ioBuffer::readMore(char* data, int length) {
     if (length < 1) {
         return 0;
     }
@@ -80,7 +80,7 @@ int ioBuffer::read(char* data, int length) {
     }
 }
 
-void ioBuffer::write(const char* data, int length) {
+void ioBuffer::writeMore(const char* data, int length) {
     if (length < 1) {
         return;
     }

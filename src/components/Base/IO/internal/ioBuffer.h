@@ -6,6 +6,7 @@
 #include <Base/Utility/kyUtilError.h>
 
 #include <cstdint>
+#include <cstring>
 
 /// The sticky status of one buffer. The first failure stays until it is reset from above.
 enum ioBufferStatus : std::int32_t {
@@ -67,10 +68,26 @@ public:
     /// Hands `length` bytes below.
     virtual void writeBlock(const char* data, int length) = 0;
 
-    /// Buffered read: up to `length` bytes; fewer only when the status went bad.
-    int read(char* data, int length);
-    /// Buffered write; bytes are dropped once the status is bad.
-    void write(const char* data, int length);
+    /// Buffered read: up to `length` bytes; fewer only when the status went bad. Bytes that are
+    /// all in the array are copied inline; the rest goes through `readMore`.
+    int read(char* data, int length) {
+        if (length >= 1 && status_ == ioBufferGood && length <= valid_ - position_) {
+            std::memcpy(data, data_ + position_, static_cast<std::size_t>(length));
+            position_ += length;
+            return length;
+        }
+        return readMore(data, length);
+    }
+    /// Buffered write; bytes are dropped once the status is bad. Bytes that fit in the array
+    /// are copied inline (it may become exactly full); the rest goes through `writeMore`.
+    void write(const char* data, int length) {
+        if (length >= 1 && status_ == ioBufferGood && length <= capacity_ - position_) {
+            std::memcpy(data_ + position_, data, static_cast<std::size_t>(length));
+            position_ += length;
+            return;
+        }
+        writeMore(data, length);
+    }
     /// Refills the array from below.
     void fill();
     /// Hands what is pending below (a reading buffer drops what it holds).
@@ -109,6 +126,10 @@ public:
     const char* getData() const { return data_; }
     void setPosition(int position) { position_ = position; }
     void putByte(char c) { data_[position_++] = c; }
+
+private:
+    int readMore(char* data, int length);
+    void writeMore(const char* data, int length);
 
 protected:
     /// Allocates `capacity` bytes (at least 1) for a buffer that is read or written.

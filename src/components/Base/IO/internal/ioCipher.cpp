@@ -58,11 +58,13 @@ constexpr std::uint32_t pack(std::uint8_t b0, std::uint8_t b1, std::uint8_t b2, 
 
 // The S-box from its definition (multiplicative inverse in GF(2^8), then the affine map),
 // walking the field with the generator 3 and its inverse; and the round tables built on it.
+// Each round table comes in four rotations, one per row, so that a round is lookups and
+// exclusive ors only.
 struct Tables {
     std::uint8_t sbox[256] = {};
     std::uint8_t inverse[256] = {};
-    std::uint32_t te[256] = {}; // (2s, s, s, 3s): one column of SubBytes + MixColumns
-    std::uint32_t td[256] = {}; // (14s, 9s, 13s, 11s) of the inverse S-box
+    std::uint32_t te[4][256] = {}; // (2s, s, s, 3s) rotated by 8 * row: SubBytes + MixColumns
+    std::uint32_t td[4][256] = {}; // (14s, 9s, 13s, 11s) of the inverse S-box, rotated alike
 };
 
 constexpr Tables makeTables() {
@@ -87,9 +89,13 @@ constexpr Tables makeTables() {
     }
     for (int i = 0; i < 256; ++i) {
         const std::uint8_t s = t.sbox[i];
-        t.te[i] = pack(xtime(s), s, s, static_cast<std::uint8_t>(xtime(s) ^ s));
+        const std::uint32_t e = pack(xtime(s), s, s, static_cast<std::uint8_t>(xtime(s) ^ s));
         const std::uint8_t v = t.inverse[i];
-        t.td[i] = pack(gmul(v, 14), gmul(v, 9), gmul(v, 13), gmul(v, 11));
+        const std::uint32_t d = pack(gmul(v, 14), gmul(v, 9), gmul(v, 13), gmul(v, 11));
+        for (int r = 0; r < 4; ++r) {
+            t.te[r][i] = r == 0 ? e : rotl32(e, 8 * r);
+            t.td[r][i] = r == 0 ? d : rotl32(d, 8 * r);
+        }
     }
     return t;
 }
@@ -111,54 +117,92 @@ inline std::uint8_t byteOf(std::uint32_t w, int i) {
     return static_cast<std::uint8_t>(w >> (8 * i));
 }
 
-void encryptPortable(const unsigned char* schedule, unsigned char* block) {
-    std::uint32_t s[4];
-    for (int c = 0; c < 4; ++c) {
-        s[c] = load32(block + 4 * c) ^ load32(schedule + 4 * c);
-    }
-    for (int round = 1; round < kRounds; ++round) {
-        std::uint32_t t[4];
-        for (int c = 0; c < 4; ++c) {
-            // Row r of the new column c comes from column c + r (ShiftRows).
-            t[c] = kTables.te[byteOf(s[c], 0)] ^ rotl32(kTables.te[byteOf(s[(c + 1) & 3], 1)], 8) ^
-                   rotl32(kTables.te[byteOf(s[(c + 2) & 3], 2)], 16) ^
-                   rotl32(kTables.te[byteOf(s[(c + 3) & 3], 3)], 24) ^
-                   load32(schedule + 16 * round + 4 * c);
+// The round keys as words, loaded once for a run of blocks.
+struct RoundKeys {
+    std::uint32_t w[4 * (kRounds + 1)];
+    explicit RoundKeys(const unsigned char* schedule) {
+        for (int i = 0; i < 4 * (kRounds + 1); ++i) {
+            w[i] = load32(schedule + 4 * i);
         }
-        std::memcpy(s, t, sizeof s);
     }
-    for (int c = 0; c < 4; ++c) {
-        const std::uint32_t w =
-            pack(kTables.sbox[byteOf(s[c], 0)], kTables.sbox[byteOf(s[(c + 1) & 3], 1)],
-                 kTables.sbox[byteOf(s[(c + 2) & 3], 2)], kTables.sbox[byteOf(s[(c + 3) & 3], 3)]);
-        store32(block + 4 * c, w ^ load32(schedule + 16 * kRounds + 4 * c));
+};
+
+void encryptPortable(const RoundKeys& keys, unsigned char* block) {
+    const std::uint32_t* k = keys.w;
+    std::uint32_t s0 = load32(block) ^ k[0];
+    std::uint32_t s1 = load32(block + 4) ^ k[1];
+    std::uint32_t s2 = load32(block + 8) ^ k[2];
+    std::uint32_t s3 = load32(block + 12) ^ k[3];
+    const auto& te = kTables.te;
+    for (int round = 1; round < kRounds; ++round) {
+        k += 4;
+        const std::uint32_t t0 = te[0][byteOf(s0, 0)] ^ te[1][byteOf(s1, 1)] ^
+                                 te[2][byteOf(s2, 2)] ^ te[3][byteOf(s3, 3)] ^ k[0];
+        const std::uint32_t t1 = te[0][byteOf(s1, 0)] ^ te[1][byteOf(s2, 1)] ^
+                                 te[2][byteOf(s3, 2)] ^ te[3][byteOf(s0, 3)] ^ k[1];
+        const std::uint32_t t2 = te[0][byteOf(s2, 0)] ^ te[1][byteOf(s3, 1)] ^
+                                 te[2][byteOf(s0, 2)] ^ te[3][byteOf(s1, 3)] ^ k[2];
+        const std::uint32_t t3 = te[0][byteOf(s3, 0)] ^ te[1][byteOf(s0, 1)] ^
+                                 te[2][byteOf(s1, 2)] ^ te[3][byteOf(s2, 3)] ^ k[3];
+        s0 = t0;
+        s1 = t1;
+        s2 = t2;
+        s3 = t3;
     }
+    k += 4;
+    const std::uint8_t* const sbox = kTables.sbox;
+    store32(block, pack(sbox[byteOf(s0, 0)], sbox[byteOf(s1, 1)], sbox[byteOf(s2, 2)],
+                        sbox[byteOf(s3, 3)]) ^
+                       k[0]);
+    store32(block + 4, pack(sbox[byteOf(s1, 0)], sbox[byteOf(s2, 1)], sbox[byteOf(s3, 2)],
+                            sbox[byteOf(s0, 3)]) ^
+                           k[1]);
+    store32(block + 8, pack(sbox[byteOf(s2, 0)], sbox[byteOf(s3, 1)], sbox[byteOf(s0, 2)],
+                            sbox[byteOf(s1, 3)]) ^
+                           k[2]);
+    store32(block + 12, pack(sbox[byteOf(s3, 0)], sbox[byteOf(s0, 1)], sbox[byteOf(s1, 2)],
+                             sbox[byteOf(s2, 3)]) ^
+                            k[3]);
 }
 
 // The equivalent inverse cipher: round keys in reverse order, the inner ones passed through
 // InvMixColumns (see CipherKey).
-void decryptPortable(const unsigned char* inverseSchedule, unsigned char* block) {
-    std::uint32_t s[4];
-    for (int c = 0; c < 4; ++c) {
-        s[c] = load32(block + 4 * c) ^ load32(inverseSchedule + 4 * c);
-    }
+void decryptPortable(const RoundKeys& keys, unsigned char* block) {
+    const std::uint32_t* k = keys.w;
+    std::uint32_t s0 = load32(block) ^ k[0];
+    std::uint32_t s1 = load32(block + 4) ^ k[1];
+    std::uint32_t s2 = load32(block + 8) ^ k[2];
+    std::uint32_t s3 = load32(block + 12) ^ k[3];
+    const auto& td = kTables.td;
     for (int round = 1; round < kRounds; ++round) {
-        std::uint32_t t[4];
-        for (int c = 0; c < 4; ++c) {
-            // Row r of the new column c comes from column c - r (InvShiftRows).
-            t[c] = kTables.td[byteOf(s[c], 0)] ^ rotl32(kTables.td[byteOf(s[(c + 3) & 3], 1)], 8) ^
-                   rotl32(kTables.td[byteOf(s[(c + 2) & 3], 2)], 16) ^
-                   rotl32(kTables.td[byteOf(s[(c + 1) & 3], 3)], 24) ^
-                   load32(inverseSchedule + 16 * round + 4 * c);
-        }
-        std::memcpy(s, t, sizeof s);
+        k += 4;
+        const std::uint32_t t0 = td[0][byteOf(s0, 0)] ^ td[1][byteOf(s3, 1)] ^
+                                 td[2][byteOf(s2, 2)] ^ td[3][byteOf(s1, 3)] ^ k[0];
+        const std::uint32_t t1 = td[0][byteOf(s1, 0)] ^ td[1][byteOf(s0, 1)] ^
+                                 td[2][byteOf(s3, 2)] ^ td[3][byteOf(s2, 3)] ^ k[1];
+        const std::uint32_t t2 = td[0][byteOf(s2, 0)] ^ td[1][byteOf(s1, 1)] ^
+                                 td[2][byteOf(s0, 2)] ^ td[3][byteOf(s3, 3)] ^ k[2];
+        const std::uint32_t t3 = td[0][byteOf(s3, 0)] ^ td[1][byteOf(s2, 1)] ^
+                                 td[2][byteOf(s1, 2)] ^ td[3][byteOf(s0, 3)] ^ k[3];
+        s0 = t0;
+        s1 = t1;
+        s2 = t2;
+        s3 = t3;
     }
-    for (int c = 0; c < 4; ++c) {
-        const std::uint32_t w = pack(
-            kTables.inverse[byteOf(s[c], 0)], kTables.inverse[byteOf(s[(c + 3) & 3], 1)],
-            kTables.inverse[byteOf(s[(c + 2) & 3], 2)], kTables.inverse[byteOf(s[(c + 1) & 3], 3)]);
-        store32(block + 4 * c, w ^ load32(inverseSchedule + 16 * kRounds + 4 * c));
-    }
+    k += 4;
+    const std::uint8_t* const inv = kTables.inverse;
+    store32(block,
+            pack(inv[byteOf(s0, 0)], inv[byteOf(s3, 1)], inv[byteOf(s2, 2)], inv[byteOf(s1, 3)]) ^
+                k[0]);
+    store32(block + 4,
+            pack(inv[byteOf(s1, 0)], inv[byteOf(s0, 1)], inv[byteOf(s3, 2)], inv[byteOf(s2, 3)]) ^
+                k[1]);
+    store32(block + 8,
+            pack(inv[byteOf(s2, 0)], inv[byteOf(s1, 1)], inv[byteOf(s0, 2)], inv[byteOf(s3, 3)]) ^
+                k[2]);
+    store32(block + 12,
+            pack(inv[byteOf(s3, 0)], inv[byteOf(s2, 1)], inv[byteOf(s1, 2)], inv[byteOf(s0, 3)]) ^
+                k[3]);
 }
 
 std::uint32_t invMixColumn(std::uint32_t w) {
@@ -289,8 +333,9 @@ void encryptBlocks(const CipherKey& key, unsigned char* blocks, std::size_t coun
         encryptHardware(key.encrypt, blocks, count);
         return;
     }
+    const RoundKeys keys(key.encrypt);
     for (std::size_t i = 0; i < count; ++i) {
-        encryptPortable(key.encrypt, blocks + 16 * i);
+        encryptPortable(keys, blocks + 16 * i);
     }
 }
 
@@ -299,8 +344,9 @@ void decryptBlocks(const CipherKey& key, unsigned char* blocks, std::size_t coun
         decryptHardware(key.decrypt, blocks, count);
         return;
     }
+    const RoundKeys keys(key.decrypt);
     for (std::size_t i = 0; i < count; ++i) {
-        decryptPortable(key.decrypt, blocks + 16 * i);
+        decryptPortable(keys, blocks + 16 * i);
     }
 }
 
@@ -337,7 +383,7 @@ void fdblhypsin2_(const unsigned char schedule[240], unsigned char block[16]) {
     if (ioDetail::cipherUsesHardware()) {
         ioDetail::encryptHardware(schedule, block, 1);
     } else {
-        ioDetail::encryptPortable(schedule, block);
+        ioDetail::encryptPortable(ioDetail::RoundKeys(schedule), block);
     }
 }
 
@@ -347,7 +393,7 @@ void fdblhypcos2_(const unsigned char schedule[240], unsigned char block[16]) {
     if (ioDetail::cipherUsesHardware()) {
         ioDetail::decryptHardware(inverse, block, 1);
     } else {
-        ioDetail::decryptPortable(inverse, block);
+        ioDetail::decryptPortable(ioDetail::RoundKeys(inverse), block);
     }
 }
 

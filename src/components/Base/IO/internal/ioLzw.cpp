@@ -8,21 +8,22 @@ namespace ioDetail {
 
 namespace {
 
-constexpr int kHashBits = 17; // at most half full
+constexpr int kHashBits = 18; // at most a quarter full: few probes, few mispredicted branches
 constexpr std::uint32_t kHashMask = (1u << kHashBits) - 1;
 constexpr std::uint64_t kCheckGap = 10000; // input bytes between two ratio checks
 
-// The byte in the high bits, the prefix code in the low ones: entries made one after another
-// have nearby codes and land in nearby slots, so the table's working set stays in the cache.
-inline std::uint32_t slotOf(std::uint32_t prefix, std::uint32_t byte) {
-    return ((byte << (kHashBits - 8)) ^ prefix) & kHashMask;
-}
+// While a string grows, the encoder names it by where it lies, not by its code: a string of
+// three or more bytes by its hash slot, a two-byte string by its place in the table of pairs,
+// a single byte by the byte. The next step then needs no load to know its prefix (the load
+// only confirms the slot, off the critical path), and the code is looked up once, when it goes
+// out.
+constexpr std::uint32_t kPairBase = 1u << kHashBits;
+constexpr std::uint32_t kByteBase = kPairBase + 65536;
+constexpr int kGenerationShift = kHashBits + 9; // above the name (kHashBits + 1) and the byte
+constexpr std::uint32_t kGenerations = 1u << (32 - kGenerationShift);
 
-// The widest code of a width; at the widest width the table only ever fills.
-// The ratio check counts input in steps of 8 KiB, as the `compress` program reads it, so that
-// both start new tables at much the same places and compress to much the same size.
-inline std::uint64_t countedIn(std::uint64_t taken) {
-    return (taken + 8191) & ~std::uint64_t{8191};
+inline std::uint32_t slotOf(std::uint32_t name) {
+    return (name * 0x9E3779B1u) >> (32 - kHashBits);
 }
 
 } // namespace
@@ -30,11 +31,17 @@ inline std::uint64_t countedIn(std::uint64_t taken) {
 LzwEncoder::LzwEncoder()
     : keys_(std::size_t{1} << kHashBits), codes_(std::size_t{1} << kHashBits), pairs_(65536) {}
 
+std::uint32_t LzwEncoder::codeOf(std::uint32_t name) const {
+    return name >= kByteBase   ? name - kByteBase
+           : name >= kPairBase ? pairs_[name - kPairBase]
+                               : codes_[name];
+}
+
 // A new table is a new generation: hash slots of older ones read as free, so that table is
 // wiped only when the generation count wraps.
 
 void LzwEncoder::clearTable() {
-    if (++generation_ > 255) {
+    if (++generation_ >= kGenerations) {
         std::memset(keys_.data(), 0, keys_.size() * sizeof keys_[0]);
         generation_ = 1;
     }
@@ -54,8 +61,11 @@ void LzwEncoder::start(std::vector<unsigned char>& out) {
     groupCodes_ = 0;
     bytesIn_ = 0;
     bytesOut_ = 3;
-    checkpoint_ = kCheckGap;
+    checkpoint_ = 0;
     ratio_ = 0;
+    filled_ = false;
+    shadowBits_ = 0;
+    firstWidening_ = true;
 }
 
 void LzwEncoder::putCode(int code, unsigned char*& o) {
@@ -82,27 +92,50 @@ void LzwEncoder::padGroup(unsigned char*& o) {
     groupCodes_ = 0;
 }
 
-// With the table full, a falling ratio of input to output means the table no longer fits the
-// data: start a new one.
+// The ratio check of the classic coder: when the table fills, it notes the ratio of input to
+// output so far; from then on, every `kCheckGap` input bytes, a ratio that fell means the table
+// no longer fits the data, and a new one starts. Our table fills one entry earlier (257 is
+// taken), and our codes widen one code earlier, which changes the output by a few bits. Tiny as
+// that is, it can turn a check the other way, and then the two coders start their tables at
+// other places and end far apart on data whose ratio hovers. So the check looks at the stream
+// as the classic coder would have it: it notes the ratio one code later, and it counts the
+// output with `shadowBits_`, the bits that the other widening would have cost.
 void LzwEncoder::checkRatio(unsigned char*& out) {
     checkpoint_ = bytesIn_ + kCheckGap;
+    const std::uint64_t bitsOut = bytesOut_ * 8 + static_cast<std::uint64_t>(accBits_);
+    const std::uint64_t seen = (bitsOut + static_cast<std::uint64_t>(shadowBits_)) / 8;
     std::uint64_t ratio;
     if (bytesIn_ > 0x007FFFFF) {
-        const std::uint64_t scaled = bytesOut_ >> 8;
+        const std::uint64_t scaled = seen >> 8;
         ratio = scaled == 0 ? 0x7FFFFFFF : bytesIn_ / scaled;
     } else {
-        ratio = (bytesIn_ << 8) / bytesOut_;
+        ratio = (bytesIn_ << 8) / seen;
     }
-    if (ratio >= ratio_) {
+    if (!filled_ || ratio >= ratio_) {
+        filled_ = true;
         ratio_ = ratio;
         return;
     }
     ratio_ = 0;
+    filled_ = false;
+    checkpoint_ = 0; // the next table notes its ratio as soon as it is full
     putCode(kLzwClear, out);
     padGroup(out);
     clearTable();
     bits_ = kLzwMinBits;
     maxCode_ = lzwMaxCodeFor(bits_);
+    firstWidening_ = true;
+}
+
+// What widening after a code in group position `group` costs the classic coder in bits, less
+// what it costs us: it writes one more code in the old width (one bit less) and pads the group
+// from one code later; from the second widening of a table on, its groups start one code
+// later than ours too, which evens that out.
+std::int64_t LzwEncoder::wideningShadow(unsigned group, int bits) {
+    const unsigned ours = (8 - group % 8) % 8;
+    const unsigned theirs = firstWidening_ ? (8 - (group + 1) % 8) % 8 : ours;
+    firstWidening_ = false;
+    return (static_cast<std::int64_t>(theirs) - static_cast<std::int64_t>(ours)) * bits - 1;
 }
 
 void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<unsigned char>& out) {
@@ -124,7 +157,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
     unsigned char* o = o0;
     std::size_t i = 0;
     if (prefix_ < 0) {
-        prefix_ = data[0];
+        prefix_ = static_cast<int>(kByteBase + data[0]);
         i = 1;
     }
     const std::uint64_t before = bytesIn_;
@@ -159,6 +192,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
     // After a code, when the table outgrew the present width: the rest of the group, then
     // the next width.
     auto widen = [&] {
+        shadowBits_ += wideningShadow(groupCodes, bits);
         accBits += static_cast<int>((8 - groupCodes % 8) % 8) * bits;
         while (accBits >= 8) {
             *o++ = static_cast<unsigned char>(acc);
@@ -176,7 +210,7 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
             acc >>= 8;
             accBits -= 8;
         }
-        bytesIn_ = countedIn(before + at + 1);
+        bytesIn_ = before + at;
         acc_ = acc;
         accBits_ = accBits;
         groupCodes_ = groupCodes;
@@ -194,59 +228,73 @@ void LzwEncoder::add(const unsigned char* data, std::size_t size, std::vector<un
         free = free_;
         generation = generation_;
     };
-    for (; i < size; ++i) {
-        const std::uint32_t byte = data[i];
-        if (prefix < 256) {
-            // Every code begins with a single byte: its first step needs no hashing.
-            std::uint16_t& pair = pairs[prefix << 8 | byte];
-            if (pair != 0) {
-                prefix = pair;
+    while (i < size) {
+        if (prefix >= kByteBase) {
+            // Every string begins with a single byte: its first step needs no hashing.
+            const std::uint32_t byte = data[i];
+            const std::uint32_t pair = (prefix - kByteBase) << 8 | byte;
+            if (pairs[pair] == 0) {
+                put(prefix - kByteBase);
+                if (free > maxCode) {
+                    widen();
+                }
+                prefix = kByteBase + byte;
+                if (free < kLzwTableSize) {
+                    pairs[pair] = static_cast<std::uint16_t>(free++);
+                } else if (before + i >= checkpoint_) {
+                    check(i);
+                }
+                ++i;
                 continue;
             }
-            put(prefix);
-            if (free > maxCode) {
-                widen();
+            prefix = kPairBase + pair;
+            if (++i == size) {
+                break;
             }
-            prefix = byte;
-            if (free < kLzwTableSize) {
-                pair = static_cast<std::uint16_t>(free++);
-            } else if (countedIn(before + i + 1) >= checkpoint_) {
-                check(i);
-            }
-            continue;
         }
-        const std::uint32_t key = generation << 24 | prefix << 8 | byte;
-        std::uint32_t slot = slotOf(prefix, byte);
-        bool found = false;
-        if (keys[slot] == key) {
-            found = true;
-        } else if ((keys[slot] >> 24) == generation) {
-            // Collisions step on by an odd distance of their own (double hashing), so that
-            // neighbouring slots do not pile up in runs.
-            const std::uint32_t step = ((key * 2654435761u) >> (32 - kHashBits)) | 1;
-            do {
-                slot = (slot + step) & kHashMask;
-                if (keys[slot] == key) {
-                    found = true;
+        // Longer strings, a byte at a time, until one is not in the table.
+        std::uint32_t byte;
+        std::uint32_t key;
+        std::uint32_t slot;
+        for (;;) {
+            byte = data[i];
+            const std::uint32_t name = prefix << 8 | byte;
+            key = generation << kGenerationShift | name;
+            slot = slotOf(name);
+            if (keys[slot] != key) {
+                if ((keys[slot] >> kGenerationShift) != generation) {
                     break;
                 }
-            } while ((keys[slot] >> 24) == generation);
+                // Collisions step on by an odd distance of their own (double hashing), so
+                // that neighbouring slots do not pile up in runs.
+                const std::uint32_t step = ((name * 0x85EBCA6Bu) >> (32 - kHashBits)) | 1;
+                do {
+                    slot = (slot + step) & kHashMask;
+                } while (keys[slot] != key && (keys[slot] >> kGenerationShift) == generation);
+                if (keys[slot] != key) {
+                    break;
+                }
+            }
+            prefix = slot;
+            if (++i == size) {
+                break;
+            }
         }
-        if (found) {
-            prefix = codes[slot];
-            continue;
+        if (i == size) {
+            break;
         }
-        put(prefix);
+        put(prefix >= kPairBase ? pairs[prefix - kPairBase] : codes[prefix]);
         if (free > maxCode) {
             widen();
         }
-        prefix = byte;
+        prefix = kByteBase + byte;
         if (free < kLzwTableSize) {
             keys[slot] = key;
             codes[slot] = static_cast<std::uint16_t>(free++);
-        } else if (countedIn(before + i + 1) >= checkpoint_) {
+        } else if (before + i >= checkpoint_) {
             check(i);
         }
+        ++i;
     }
     out.insert(out.end(), o0, o);
     bytesOut_ = written + static_cast<std::uint64_t>(o - o0);
@@ -268,7 +316,7 @@ void LzwEncoder::end(std::vector<unsigned char>& out) {
     out.resize(base + 64);
     unsigned char* o = out.data() + base;
     if (prefix_ >= 0) {
-        putCode(prefix_, o);
+        putCode(static_cast<int>(codeOf(static_cast<std::uint32_t>(prefix_))), o);
         if (free_ > maxCode_) {
             padGroup(o);
             ++bits_;

@@ -46,8 +46,12 @@ private:
     void padGroup(unsigned char*& o);
     void clearTable();
     void checkRatio(unsigned char*& o);
+    std::uint32_t codeOf(std::uint32_t name) const;
+    std::int64_t wideningShadow(unsigned group, int bits);
 
-    // Hash slots of strings of two or more codes: generation << 24 | prefix << 8 | byte.
+    // Hash slots of strings of three or more bytes: the generation in the top bits, then
+    // prefix << 8 | byte, where the prefix is named as `add` says; the code of each slot beside
+    // it.
     std::vector<std::uint32_t> keys_;
     std::vector<std::uint16_t> codes_;
     // Two-byte strings, direct: [first << 8 | second] = code, 0 when free; small enough to be
@@ -57,7 +61,7 @@ private:
     std::size_t scratchSize_ = 0;
     std::uint32_t generation_ = 0; // of the present table; slots of others read as free
     bool started_ = false;
-    int prefix_ = -1;
+    int prefix_ = -1; // the string being matched, named as `add` says; -1 before the first byte
     int free_ = kLzwFirst;
     int bits_ = kLzwMinBits;
     int maxCode_ = (1 << kLzwMinBits) - 1;
@@ -66,8 +70,11 @@ private:
     unsigned groupCodes_ = 0; // codes written since the start of the present group run
     std::uint64_t bytesIn_ = 0;
     std::uint64_t bytesOut_ = 0;
-    std::uint64_t checkpoint_ = 0;
+    std::uint64_t checkpoint_ = 0; // input count of the next ratio check, once the table is full
     std::uint64_t ratio_ = 0;
+    bool filled_ = false;         // the ratio of the full table was noted
+    std::int64_t shadowBits_ = 0; // see `checkRatio`
+    bool firstWidening_ = true;
 };
 
 /// Copies `n` (at least 1) bytes in 16-byte pieces, so it may read and write up to 15 bytes

@@ -3,7 +3,9 @@
 
 #include <Base/IO/ioPacketType.h>
 
+#include <algorithm>
 #include <climits>
+#include <cstdint>
 #include <functional>
 
 ioReferenceMap::~ioReferenceMap() = default;
@@ -60,14 +62,22 @@ void ioReferenceMapImpl::grow(int number) {
     pages_.resize(static_cast<std::size_t>((target + kPageSize - 1) / kPageSize), nullptr);
 }
 
-ioReferenceMapImpl::Record* ioReferenceMapImpl::touch(int number) {
+ioReferenceMapImpl::Record* ioReferenceMapImpl::newPage() {
+    return new Record[kPageSize];
+}
+
+// Small enough to be inlined into the operations below, which call it for every reference;
+// the page allocation stays out of line.
+inline ioReferenceMapImpl::Record* ioReferenceMapImpl::touch(int number) {
     if (number < 1) {
         return nullptr;
     }
-    grow(number);
+    if (number >= capacity_) {
+        grow(number);
+    }
     Record*& page = pages_[static_cast<std::size_t>(number / kPageSize)];
     if (page == nullptr) {
-        page = new Record[kPageSize];
+        page = newPage();
     }
     Record& record = page[number % kPageSize];
     if (!record.inUse) {
@@ -108,14 +118,23 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
         return;
     }
     Record* record = touch(number);
-    if (beyondLast(address)) {
-        // Objects written from an array or a pool arrive in rising address order: the hint
-        // makes their insertion constant time.
-        tree_.insert(tree_.cend(), {address, number});
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    if (rising_ && !alias && number == risingCount_ + 1 && (number == 1 || at > risingLast_)) {
+        // The records hold the pair: the tree gets it only if the run ends.
+        risingFirst_ = number == 1 ? at : risingFirst_;
+        risingLast_ = at;
+        risingCount_ = number;
     } else {
-        auto inserted = tree_.insert({address, number});
-        if (!inserted.second) {
-            inserted.first->second = number; // an address that had another number
+        leaveRising();
+        if (beyondLast(address)) {
+            // Objects from an array or a pool arrive in rising address order: the hint makes
+            // their insertion constant time.
+            tree_.insert(tree_.cend(), {address, number});
+        } else {
+            auto inserted = tree_.insert({address, number});
+            if (!inserted.second) {
+                inserted.first->second = number; // an address that had another number
+            }
         }
     }
     if (!alias || record->address == nullptr) {
@@ -129,9 +148,56 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
     }
 }
 
+void ioReferenceMapImpl::leaveRising() {
+    if (!rising_) {
+        return;
+    }
+    rising_ = false;
+    for (int n = 1; n <= risingCount_; ++n) {
+        tree_.insert(tree_.cend(), {find(n)->address, n}); // in rising order: constant time
+    }
+}
+
+// While the numbers 1 to `risingCount_` went to rising addresses, one each, the records are a
+// sorted table of addresses: a search there finds what the tree would, and objects from an
+// array are found at the first guess, by where the address lies between the first and the last.
+int ioReferenceMapImpl::risingLookup(std::uintptr_t at) const {
+    if (risingCount_ == 0 || at < risingFirst_ || at > risingLast_) {
+        return -1;
+    }
+    int low = 1;
+    int high = risingCount_;
+    int guess = risingCount_ == 1
+                    ? 1
+                    : 1 + static_cast<int>(static_cast<double>(at - risingFirst_) /
+                                               static_cast<double>(risingLast_ - risingFirst_) *
+                                               (risingCount_ - 1) +
+                                           0.5); // rounded: a quotient just below k is k
+    while (low <= high) {
+        guess = std::max(low, std::min(high, guess));
+        // Every record of the run exists: no checks (nor a call) on the way.
+        const Record& record =
+            pages_[static_cast<std::size_t>(guess / kPageSize)][guess % kPageSize];
+        const std::uintptr_t there = reinterpret_cast<std::uintptr_t>(record.address);
+        if (there == at) {
+            return guess;
+        }
+        if (there < at) {
+            low = guess + 1;
+        } else {
+            high = guess - 1;
+        }
+        guess = low + (high - low) / 2;
+    }
+    return -1;
+}
+
 int ioReferenceMapImpl::lookup(const void* address) const {
     if (address == nullptr) {
         return 0;
+    }
+    if (rising_) {
+        return risingLookup(reinterpret_cast<std::uintptr_t>(address));
     }
     if (beyondLast(address)) {
         return -1; // the common case of a new object: no descent
@@ -189,6 +255,7 @@ void ioReferenceMapImpl::undefine(int number) {
     if (find(number) == nullptr) {
         return;
     }
+    leaveRising(); // before a record loses its address
     Record* record = touch(number);
     record->live = 0;
     record->address = nullptr;

@@ -12,6 +12,9 @@
 /// Addresses go to numbers through a red-black tree (nodes from a block allocator, ten a
 /// block); numbers go to records held in pages of 1,250. Pages are allocated when a record
 /// in them is first touched, so a high number costs one page, not every page below it.
+/// While numbers from 1 on go to rising addresses, one each (objects written or read from an
+/// array or a pool), the records are already a sorted table of the pairs: the tree is filled
+/// from them only when that run ends, and lookups search the records until then.
 class KY_BASE_API ioReferenceMapImpl : public ioReferenceMap {
 public:
     static constexpr int kPageSize = 1250;
@@ -62,16 +65,27 @@ private:
     void grow(int number);
     /// The record of `number`, creating its page; null for numbers below 1.
     Record* touch(int number);
+    static Record* newPage();
     static void freeFixups(Record& record);
     static void queue(Record& record, void** slot, ioPacketType* type, int extra);
     /// True when `address` sorts after every address in the tree (or the tree is empty).
     bool beyondLast(const void* address) const;
+    /// `lookup` while the map is rising (see there): the number of `at`, -1 when none.
+    int risingLookup(std::uintptr_t at) const;
+    /// Ends the rising run (if any), moving its pairs into the tree.
+    void leaveRising();
 
     ky::map<const void*, int> tree_;
     int lastNumber_;
     int capacity_;
     int highest_;
     std::vector<Record*> pages_;
+    // Whether every number so far went, in order from 1, to an address above the one before
+    // (no alias, no second definition, nothing undefined): then lookups need no tree descent.
+    bool rising_ = true;
+    int risingCount_ = 0;
+    std::uintptr_t risingFirst_ = 0;
+    std::uintptr_t risingLast_ = 0;
 };
 
 #endif // KY_IO_INTERNAL_REFERENCEMAPIMPL_H
