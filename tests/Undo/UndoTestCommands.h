@@ -12,42 +12,30 @@ namespace undotest {
 
 /// What a test command does and what happened to it; outlives the command.
 struct Record {
-    bool failDo = false;
-    bool failUndo = false;
-    int bytes = 1024;
-    int doCalls = 0;
-    int undoCalls = 0;
-    bool deleted = false;
+    bool failDo = false, failUndo = false, deleted = false;
+    int bytes = 1024, doCalls = 0, undoCalls = 0;
 };
 
 /// A command that counts its calls in a `Record` and fails on demand.
-class TestCommand : public kyUndo::Command {
-public:
-    TestCommand(Record* record, const char* name = nullptr, kyUndo::Group* group = nullptr)
-        : Command(name, group), record_(record) {}
-    ~TestCommand() override { record_->deleted = true; }
-
+struct TestCommand : kyUndo::Command {
+    TestCommand(Record* r, const char* name = nullptr, kyUndo::Group* group = nullptr)
+        : Command(name, group), record(r) {}
+    ~TestCommand() override { record->deleted = true; }
     bool performDo() override {
-        ++record_->doCalls;
-        return !record_->failDo;
+        ++record->doCalls;
+        return !record->failDo;
     }
     bool performUndo() override {
-        ++record_->undoCalls;
-        return !record_->failUndo;
+        ++record->undoCalls;
+        return !record->failUndo;
     }
-    int getNumBytesUsed() const override { return record_->bytes; }
-
-private:
-    Record* record_;
+    int getNumBytesUsed() const override { return record->bytes; }
+    Record* record;
 };
 
 /// Counts the emissions of a manager's three signals.
 struct SignalCounts {
-    int queueChanged = 0;
-    int queueChangedFalse = 0; // never expected
-    int activeTrue = 0;
-    int activeFalse = 0;
-    int groupRemoved = 0;
+    int queueChanged = 0, queueChangedFalse = 0, activeTrue = 0, activeFalse = 0, groupRemoved = 0;
     std::vector<int> removedIds;
     bool activeSeenInHandler = true;
     kyUndo::Manager* manager = nullptr;

@@ -2,33 +2,23 @@
 
 #include <gtest/gtest.h>
 
-#include <cctype>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
 #include <string>
 
-TEST(BuildInfo, ChangeSetIsNineLowerCaseHexDigits) {
+TEST(BuildInfo, ChangeSetDirectoryAndCutIdentifier) {
     ASSERT_EQ(std::strlen(gBuildChangeSet), 9u);
     for (const char* p = gBuildChangeSet; *p; ++p) {
         EXPECT_TRUE((*p >= '0' && *p <= '9') || (*p >= 'a' && *p <= 'f')) << gBuildChangeSet;
     }
-}
-
-TEST(BuildInfo, DateIsYearMonthDayHourMinute) {
-    const std::string date = gBuildDate;
-    ASSERT_EQ(date.size(), 16u) << date;
-    for (size_t i = 0; i < date.size(); ++i) {
-        if (i == 4 || i == 7 || i == 10 || i == 13) {
-            EXPECT_EQ(date[i], ' ') << date;
-        } else {
-            EXPECT_TRUE(std::isdigit(static_cast<unsigned char>(date[i]))) << date;
-        }
-    }
+    EXPECT_GT(std::strlen(gBuildDirectory), 1u);
+    EXPECT_EQ(gBuildDirectory[0], '/'); // configured on the build host, also for Windows
+    EXPECT_EQ(gCutIdentifier, 0.0);
 }
 
 TEST(BuildInfo, DateAndTimeAreTheSameMoment) {
-    // gBuildTime is after 2020-01-01 and not in the future.
+    // gBuildTime is after 2020-01-01 and not in the future; the date is the same moment.
     EXPECT_GT(gBuildTime, 1577836800LL);
     EXPECT_LE(gBuildTime, static_cast<long long>(std::time(nullptr)) + 60);
     const std::time_t t = static_cast<std::time_t>(gBuildTime);
@@ -38,10 +28,4 @@ TEST(BuildInfo, DateAndTimeAreTheSameMoment) {
     std::snprintf(expected, sizeof expected, "%04d %02d %02d %02d %02d", utc->tm_year + 1900,
                   utc->tm_mon + 1, utc->tm_mday, utc->tm_hour, utc->tm_min);
     EXPECT_STREQ(gBuildDate, expected);
-}
-
-TEST(BuildInfo, DirectoryAndCutIdentifier) {
-    EXPECT_GT(std::strlen(gBuildDirectory), 1u);
-    EXPECT_EQ(gBuildDirectory[0], '/'); // configured on the build host, also for Windows
-    EXPECT_EQ(gCutIdentifier, 0.0);
 }

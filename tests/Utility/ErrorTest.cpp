@@ -12,15 +12,8 @@ using kyUtil::Error;
 
 namespace {
 
-Error makeWithVaList(int code, const char* format, ...) {
-    va_list args;
-    va_start(args, format);
-    Error e(code, format, args);
-    va_end(args);
-    return e;
-}
-
-Error makeWideWithVaList(int code, const wchar_t* format, ...) {
+template <class C>
+Error makeWithVaList(int code, const C* format, ...) {
     va_list args;
     va_start(args, format);
     Error e(code, format, args);
@@ -29,16 +22,10 @@ Error makeWideWithVaList(int code, const wchar_t* format, ...) {
 }
 
 // Reaches the protected setMsg.
-class MessageEditor : public Error {
-public:
+struct MessageEditor : Error {
     using Error::Error;
-    void set(const char* format, ...) {
-        va_list args;
-        va_start(args, format);
-        setMsg(format, args);
-        va_end(args);
-    }
-    void setWide(const wchar_t* format, ...) {
+    template <class C>
+    void set(const C* format, ...) {
         va_list args;
         va_start(args, format);
         setMsg(format, args);
@@ -66,7 +53,7 @@ TEST(Error, FormatsBuildTheMessage) {
         {Error(4, L"%S and %s, %c%C", L"wide", "narrow", 'x', L'y'), 4, "wide and narrow, xy"},
         {Error(4, "%S/%s/%C", L"w", "n", L'c'), 4, "w/n/c"},
         {makeWithVaList(9, "%s-%d", "x", 3), 9, "x-3"},
-        {makeWideWithVaList(8, L"%s-%d", "y", 4), 8, "y-4"},
+        {makeWithVaList(8, L"%s-%d", "y", 4), 8, "y-4"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(row.error.code(), row.code);
@@ -74,7 +61,7 @@ TEST(Error, FormatsBuildTheMessage) {
     }
 }
 
-TEST(Error, EmptyNullOrEmptyResultStoresNoMessage) {
+TEST(Error, EmptyMessagesAreNoneAndEqualityNeedsBoth) {
     const Error errors[] = {Error(3, ""), Error(3, static_cast<const char*>(nullptr)),
                             Error(3, L""), Error(3, static_cast<const wchar_t*>(nullptr)),
                             Error(3, "%s", "")};
@@ -84,9 +71,7 @@ TEST(Error, EmptyNullOrEmptyResultStoresNoMessage) {
         EXPECT_EQ(e, errors[0]);
         EXPECT_STREQ(e.message(), "");
     }
-}
-
-TEST(Error, MessagePresentOnOneSideOnlyMakesThemUnequal) {
+    // A message present on one side only makes them unequal.
     EXPECT_NE(Error(3, "x"), Error(3, ""));
     EXPECT_NE(Error(3, ""), Error(3, "x"));
     EXPECT_EQ(Error(3, "x"), Error(3, L"x"));
@@ -142,12 +127,12 @@ TEST(Error, SetMsgReplacesOrRemoves) {
     MessageEditor e(7, "old");
     e.set("new %d", 1);
     EXPECT_STREQ(e.message(), "new 1");
-    e.setWide(L"wide %s", "x");
+    e.set(L"wide %s", "x");
     EXPECT_STREQ(e.message(), "wide x");
     e.set("");
     EXPECT_FALSE(e.hasMessage());
     e.set("again");
-    e.set(nullptr);
+    e.set(static_cast<const char*>(nullptr));
     EXPECT_FALSE(e.hasMessage());
     EXPECT_EQ(e.code(), 7);
 }
@@ -162,13 +147,10 @@ TEST(Error, MessageIsInTheProcessCodePage) {
     EXPECT_EQ(shown.size(), 4u);
     EXPECT_EQ(shown.substr(0, 3), "caf");
     EXPECT_TRUE(shown[3] == '?' || static_cast<unsigned char>(shown[3]) == 0xE9);
-}
-
-TEST(Error, UndecodableNarrowArgumentStillGivesAMessage) {
     // A byte that the locale cannot decode as an argument of a narrow "%s" must not make the
     // message vanish: it shows as "?" (or as itself where the code page holds it).
-    Error e(2, "cannot open '%s'", "a\xff.txt");
-    ASSERT_TRUE(e.hasMessage());
-    EXPECT_EQ(e.messageString()->length(), std::wcslen(L"cannot open 'a?.txt'"));
-    EXPECT_EQ(std::string(e.message()).substr(0, 13), "cannot open '");
+    Error narrow(2, "cannot open '%s'", "a\xff.txt");
+    ASSERT_TRUE(narrow.hasMessage());
+    EXPECT_EQ(narrow.messageString()->length(), std::wcslen(L"cannot open 'a?.txt'"));
+    EXPECT_EQ(std::string(narrow.message()).substr(0, 13), "cannot open '");
 }

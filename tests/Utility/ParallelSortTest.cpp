@@ -58,28 +58,16 @@ enum class Shape { Random, FewKeys, Sorted, Reversed, AllEqual };
 std::vector<int> makeKeys(Shape shape, int n, std::mt19937& rng) {
     std::vector<int> keys(static_cast<std::size_t>(n));
     for (int i = 0; i < n; ++i) {
-        switch (shape) {
-        case Shape::Random:
-            keys[i] = static_cast<int>(rng() % 1000000000u);
-            break;
-        case Shape::FewKeys:
-            keys[i] = static_cast<int>(rng() % 7u);
-            break;
-        case Shape::Sorted:
-            keys[i] = i / 3;
-            break;
-        case Shape::Reversed:
-            keys[i] = n - i / 2;
-            break;
-        case Shape::AllEqual:
-            keys[i] = 42;
-            break;
-        }
+        keys[i] = shape == Shape::Random     ? static_cast<int>(rng() % 1000000000u)
+                  : shape == Shape::FewKeys  ? static_cast<int>(rng() % 7u)
+                  : shape == Shape::Sorted   ? i / 3
+                  : shape == Shape::Reversed ? n - i / 2
+                                             : 42;
     }
     return keys;
 }
 
-TEST_P(ThreadsSort, MatchesStableSortOfTheIndexPermutation) {
+TEST_P(ThreadsSort, SortsAPermutationOfTheIndices) {
     std::mt19937 rng(19);
     for (Shape shape :
          {Shape::Random, Shape::FewKeys, Shape::Sorted, Shape::Reversed, Shape::AllEqual}) {
@@ -88,19 +76,12 @@ TEST_P(ThreadsSort, MatchesStableSortOfTheIndexPermutation) {
             Ordering order(n);
             parallelSort(order, IntPredicate(keys.data(), &lessInt));
 
-            std::vector<int> reference(static_cast<std::size_t>(n));
-            std::iota(reference.begin(), reference.end(), 0);
-            std::stable_sort(reference.begin(), reference.end(),
-                             [&](int a, int b) { return keys[a] < keys[b]; });
             std::vector<int> got(order.get(), order.get() + n);
-            std::vector<int> gotKeys, referenceKeys;
-            for (int i = 0; i < n; ++i) {
-                gotKeys.push_back(keys[got[i]]);
-                referenceKeys.push_back(keys[reference[i]]);
-            }
             const std::string what =
                 "shape " + std::to_string(int(shape)) + ", n " + std::to_string(n);
-            EXPECT_EQ(gotKeys, referenceKeys) << what;
+            EXPECT_TRUE(std::is_sorted(got.begin(), got.end(), [&](int a, int b) {
+                return keys[a] < keys[b];
+            })) << what;
             std::sort(got.begin(), got.end());
             std::vector<int> identity(static_cast<std::size_t>(n));
             std::iota(identity.begin(), identity.end(), 0);

@@ -44,11 +44,7 @@ TEST(Split, TokensAndFailures) {
         {false, "\"abc", 1, "Unmatched double quote", {}},
         {false, "\"x\"y", 4, "Unexpected character after double quote: 'y'", {}},
         {false, "ok \"", 4, "Unmatched double quote", {"ok"}},
-        {false,
-         "one two x\"",
-         9,
-         "Unexpected character before a double quote: 'x'",
-         {"one", "two"}},
+        {false, "on tw x\"", 7, "Unexpected character before a double quote: 'x'", {"on", "tw"}},
         {false, "a \"b c", 3, "Unmatched double quote", {"a"}},
         {false, "\"a\"\"b\"", 4, "Unexpected character after double quote: '\"'", {}},
         {true, "", 0, "", {}},
@@ -74,9 +70,7 @@ TEST(Split, TokensAndFailures) {
         EXPECT_STREQ(e.message(), c.message) << c.text;
         EXPECT_EQ(tokens(out), c.tokens) << c.text;
     }
-}
-
-TEST(Split, ByteThatTheCodePageCannotShowStillGivesAMessage) {
+    // A byte the code page cannot show still gives a message.
     ky::vector<CString> out;
     Error e = kyUtil::splitWithQuotes("a\xff\"", out);
     EXPECT_EQ(e.code(), 2);
@@ -85,18 +79,16 @@ TEST(Split, ByteThatTheCodePageCannotShowStillGivesAMessage) {
     ASSERT_EQ(message.size(), 47u);
     EXPECT_TRUE(message[45] == '?' || static_cast<unsigned char>(message[45]) == 0xFF);
     EXPECT_EQ(message[46], '\'');
-}
-
-TEST(Split, ManyTokensGrowTheVector) {
+    // Many tokens grow the vector.
     std::string text;
     for (int i = 0; i < 100; ++i) {
         text += "\"tok " + std::to_string(i) + "\" ";
     }
-    ky::vector<CString> out;
-    ASSERT_EQ(kyUtil::splitWithQuotes(text.c_str(), out).code(), 0);
-    ASSERT_EQ(out.size(), 100u);
-    EXPECT_STREQ(out[99].asChar(), "tok 99");
-    ky::vector<CString> copy(out);
+    ky::vector<CString> many;
+    ASSERT_EQ(kyUtil::splitWithQuotes(text.c_str(), many).code(), 0);
+    ASSERT_EQ(many.size(), 100u);
+    EXPECT_STREQ(many[99].asChar(), "tok 99");
+    ky::vector<CString> copy(many);
     EXPECT_STREQ(copy[42].asChar(), "tok 42");
 }
 

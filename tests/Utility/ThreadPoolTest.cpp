@@ -41,9 +41,9 @@ private:
 };
 
 // Checks the pool's side of the contract while it happens and counts what it saw.
-class RecordingChunks : public ThreadedChunkAlg {
-public:
-    explicit RecordingChunks(int chunks) : counts(static_cast<std::size_t>(chunks)) {
+struct RecordingChunks : ThreadedChunkAlg {
+    explicit RecordingChunks(int chunks, int innerChunks = 0)
+        : counts(static_cast<std::size_t>(chunks)), nested(innerChunks) {
         setNumChunks(chunks);
     }
     void initialize(int numThreads) override {
@@ -54,31 +54,24 @@ public:
         violations += initCalls != 1 || finalizeCalls != 0 || numThreads != threadsAtInit ||
                       thread < 0 || thread >= numThreads;
         ++counts[static_cast<std::size_t>(chunk)];
+        if (nested != 0) {
+            RecordingChunks inner(nested);
+            ThreadPool::get().run(inner); // must neither deadlock nor break the contract
+            violations += inner.violations + (inner.finalizeCalls != 1);
+        }
     }
     void finalize() override {
-        ++finalizeCalls;
+        violations += initCalls != 1 || finalizeCalls++ != 0;
         for (const std::atomic<int>& c : counts) {
             violations += c != 1;
         }
     }
     std::vector<std::atomic<int>> counts;
     std::atomic<int> violations{0};
-    int initCalls = 0, finalizeCalls = 0, threadsAtInit = 0;
+    int nested, initCalls = 0, finalizeCalls = 0, threadsAtInit = 0;
 };
 
-TEST_P(ThreadServices, ChunkedRunCallsEachChunkOnceBetweenInitializeAndFinalize) {
-    for (int chunks : {0, 1, 3, 100, 1000}) {
-        RecordingChunks alg(chunks);
-        ThreadPool::get().run(alg);
-        EXPECT_EQ(alg.initCalls, 1);
-        EXPECT_EQ(alg.threadsAtInit, threads());
-        EXPECT_EQ(alg.finalizeCalls, 1);
-        EXPECT_EQ(alg.violations, 0) << chunks << " chunks";
-    }
-}
-
-class RecordingThreads : public ThreadedAlg {
-public:
+struct RecordingThreads : ThreadedAlg {
     void initialize(int numThreads) override {
         calls.assign(static_cast<std::size_t>(numThreads), 0);
         ++initCalls;
@@ -87,29 +80,15 @@ public:
         violations += finalizeCalls != 0 || numThreads != static_cast<int>(calls.size());
         ++calls[static_cast<std::size_t>(thread)]; // each index has its own slot
     }
-    void finalize() override { ++finalizeCalls; }
+    void finalize() override { violations += initCalls != 1 || finalizeCalls++ != 0; }
     std::vector<int> calls;
     std::atomic<int> violations{0};
     int initCalls = 0, finalizeCalls = 0;
 };
 
-TEST_P(ThreadServices, PlainRunCallsEachThreadIndexOnce) {
-    for (int round = 0; round < 20; ++round) {
-        RecordingThreads alg;
-        ThreadPool::get().run(alg);
-        EXPECT_EQ(alg.initCalls, 1);
-        EXPECT_EQ(alg.finalizeCalls, 1);
-        EXPECT_EQ(alg.calls, std::vector<int>(static_cast<std::size_t>(threads()), 1));
-        EXPECT_EQ(alg.violations, 0);
-    }
-    EXPECT_EQ(ThreadPool::get().numThreads(), threads());
-    EXPECT_EQ(ThreadedTask::getNumThreads(), threads());
-}
-
 // Chunk c checks every total 0..1,000 split into c + 1 parts against a running sum of part
 // sizes (the first total % parts parts one larger), so the sweep itself runs on the pool.
-class SplitSweep : public ThreadedChunkAlg {
-public:
+struct SplitSweep : ThreadedChunkAlg {
     SplitSweep() { setNumChunks(64); }
     void executeChunk(int chunk, int, int) override {
         const int parts = chunk + 1;
@@ -128,16 +107,8 @@ public:
     std::atomic<int> mismatches{0}, done{0};
 };
 
-TEST_P(ThreadServices, SplitArithmeticMatchesPartSizes) {
-    SplitSweep sweep;
-    ThreadPool::get().run(sweep);
-    EXPECT_EQ(sweep.done, 64);
-    EXPECT_EQ(sweep.mismatches, 0);
-}
-
 // Records the threads that call set(); the test compares them with thread 0's thread.
-class WatchedProgress : public Progress {
-public:
+struct WatchedProgress : Progress {
     void set(double value) override {
         Progress::set(value);
         callers.insert(std::this_thread::get_id()); // only thread 0 may get here
@@ -147,8 +118,7 @@ public:
     int sets = 0;
 };
 
-class CancellingChunks : public ThreadedChunkAlg {
-public:
+struct CancellingChunks : ThreadedChunkAlg {
     explicit CancellingChunks(WatchedProgress* progress) : progress_(progress) {
         setNumChunks(1000);
         setProgress(progress);
@@ -196,32 +166,40 @@ TEST_P(ThreadServices, CancellationReachesEveryThreadThroughThreadZero) {
     }
 }
 
-class Nested : public ThreadedChunkAlg {
-public:
-    Nested() { setNumChunks(8); }
-    void executeChunk(int, int, int) override {
-        RecordingChunks inner(5);
-        ThreadPool::get().run(inner); // must neither deadlock nor break the contract
-        innerViolations += inner.violations + (inner.initCalls != 1) + (inner.finalizeCalls != 1);
+// Each chunk and each thread index once between initialize and finalize, nested runs included;
+// the split arithmetic runs on the pool as it checks itself.
+TEST_P(ThreadServices, RunsCallEachChunkAndThreadOnceBetweenInitializeAndFinalize) {
+    for (int chunks : {0, 1, 3, 100, 1000}) {
+        RecordingChunks alg(chunks);
+        ThreadPool::get().run(alg);
+        EXPECT_EQ(alg.initCalls + alg.finalizeCalls, 2);
+        EXPECT_EQ(alg.threadsAtInit, threads());
+        EXPECT_EQ(alg.violations, 0) << chunks << " chunks";
     }
-    std::atomic<int> innerViolations{0};
-};
-
-TEST_P(ThreadServices, NestedRunCompletes) {
-    Nested alg;
-    ThreadPool::get().run(alg);
-    EXPECT_EQ(alg.innerViolations, 0);
+    for (int round = 0; round < 20; ++round) {
+        RecordingThreads alg;
+        ThreadPool::get().run(alg);
+        EXPECT_EQ(alg.initCalls + alg.finalizeCalls, 2);
+        EXPECT_EQ(alg.calls, std::vector<int>(static_cast<std::size_t>(threads()), 1));
+        EXPECT_EQ(alg.violations, 0);
+    }
+    EXPECT_EQ(ThreadPool::get().numThreads(), threads());
+    EXPECT_EQ(ThreadedTask::getNumThreads(), threads());
+    SplitSweep sweep;
+    ThreadPool::get().run(sweep);
+    EXPECT_EQ(sweep.done, 64);
+    EXPECT_EQ(sweep.mismatches, 0);
+    RecordingChunks outer(8, 5);
+    ThreadPool::get().run(outer);
+    EXPECT_EQ(outer.violations, 0);
 }
-
-// ---- task trees ---------------------------------------------------------------------------
 
 std::atomic<int> gTasksMade{0};
 std::atomic<int> gTasksDeleted{0};
 
 // A node of a task tree: `pre` children before its own work and `post` after, down to `depth`
 // levels; it appends its events to its tree's log (one tree runs on one thread at a time).
-class Node : public ThreadedTask {
-public:
+struct Node : ThreadedTask {
     Node(std::vector<int>* log, int id, int depth, int pre, int post)
         : log_(log), id_(id), depth_(depth), pre_(pre), post_(post) {
         ++gTasksMade;
@@ -229,21 +207,17 @@ public:
     ~Node() override { ++gTasksDeleted; }
     ThreadedTask* preExecute(int i) override { return child(i, pre_, 1); }
     void execute(int thread) override {
-        threadInRange_ = thread >= 0 && thread < ThreadedTaskQueue::get().numThreads();
-        log_->push_back(threadInRange_ ? id_ : -1);
+        log_->push_back(thread >= 0 && thread < ThreadedTaskQueue::get().numThreads() ? id_ : -1);
     }
     ThreadedTask* postExecute(int i) override { return child(i, post_, 1 + pre_); }
 
-private:
     ThreadedTask* child(int i, int count, int offset) {
-        if (depth_ == 0 || i >= count) {
-            return nullptr;
-        }
-        return new Node(log_, id_ * 10 + offset + i, depth_ - 1, pre_, post_);
+        return depth_ == 0 || i >= count
+                   ? nullptr
+                   : new Node(log_, id_ * 10 + offset + i, depth_ - 1, pre_, post_);
     }
     std::vector<int>* log_;
     int id_, depth_, pre_, post_;
-    bool threadInRange_ = false;
 };
 
 // The order a tree's own work must happen in: pre-children, the node, post-children.
@@ -257,13 +231,10 @@ void expectedOrder(int id, int depth, int pre, int post, std::vector<int>& out) 
     }
 }
 
-class Count : public ThreadedTask {
-public:
-    explicit Count(std::atomic<int>* counter) : counter_(counter) {}
-    void execute(int) override { ++*counter_; }
-
-private:
-    std::atomic<int>* counter_;
+struct Count : ThreadedTask {
+    explicit Count(std::atomic<int>* c) : counter(c) {}
+    void execute(int) override { ++*counter; }
+    std::atomic<int>* counter;
 };
 
 TEST_P(ThreadServices, RunsAndAddsFromSeveralApplicationThreads) {
@@ -295,23 +266,46 @@ TEST_P(ThreadServices, TaskTreesRunDepthFirstAndEveryTaskIsDeletedOnce) {
     EXPECT_EQ(queue.numThreads(), threads());
     gTasksMade = gTasksDeleted = 0;
     const int shapes[][3] = {{0, 0, 0}, {1, 1, 0}, {1, 0, 1}, {2, 2, 1}, {3, 1, 2}, {4, 1, 1}};
-    std::vector<std::vector<int>> logs(24);
+    std::vector<std::vector<int>> logs(25);
     queue.reset();
     queue.begin();
-    for (std::size_t t = 0; t < logs.size(); ++t) {
+    Node* root = new Node(&logs[24], 5, 1, 1, 1); // runs only its sub-tasks
+    root->setNoExecute();
+    EXPECT_TRUE(root->getNoExecute() && queue.add(root));
+    std::vector<std::vector<int>> expected(25);
+    expected[24] = {51, 52};
+    for (std::size_t t = 0; t < 24; ++t) {
         const int* s = shapes[t % 6];
         EXPECT_TRUE(queue.add(new Node(&logs[t], static_cast<int>(t % 6) + 1, s[0], s[1], s[2])));
+        expectedOrder(static_cast<int>(t % 6) + 1, s[0], s[1], s[2], expected[t]);
     }
     queue.wait();
-    for (std::size_t t = 0; t < logs.size(); ++t) {
-        const int* s = shapes[t % 6];
-        std::vector<int> expected;
-        expectedOrder(static_cast<int>(t % 6) + 1, s[0], s[1], s[2], expected);
-        EXPECT_EQ(logs[t], expected) << "tree " << t;
-    }
+    EXPECT_EQ(logs, expected);
     EXPECT_EQ(gTasksDeleted.load(), gTasksMade.load());
     EXPECT_GT(gTasksMade.load(), 100);
 }
+
+// Reports cancellation exactly once, when armed.
+struct OneShotCancel : Progress {
+    bool cancelled() override { return armed.exchange(false); }
+    std::atomic<bool> armed{false};
+};
+
+struct Parent : ThreadedTask {
+    Parent(OneShotCancel* progress, std::vector<int>* log) : progress_(progress), log_(log) {}
+    ThreadedTask* preExecute(int i) override {
+        log_->push_back(100 + i);
+        progress_->armed = true; // the first pre-task finds the queue cancelled
+        return new Node(log_, 1, 0, 0, 0);
+    }
+    void execute(int) override { log_->push_back(0); }
+    ThreadedTask* postExecute(int i) override {
+        return i == 0 ? new Node(log_, 2, 0, 0, 0) : nullptr;
+    }
+
+    OneShotCancel* progress_;
+    std::vector<int>* log_;
+};
 
 TEST_P(ThreadServices, CancelledQueueDeletesTasksUnrunUntilNoCancel) {
     ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
@@ -351,56 +345,17 @@ TEST_P(ThreadServices, CancelledQueueDeletesTasksUnrunUntilNoCancel) {
     queue.wait();
     EXPECT_EQ(log.size(), 2u);
     EXPECT_EQ(gTasksDeleted.load(), gTasksMade.load());
-}
 
-// Reports cancellation exactly once, when armed.
-class OneShotCancel : public Progress {
-public:
-    bool cancelled() override { return armed.exchange(false); }
-    std::atomic<bool> armed{false};
-};
-
-class Parent : public ThreadedTask {
-public:
-    Parent(OneShotCancel* progress, std::vector<int>* log) : progress_(progress), log_(log) {}
-    ThreadedTask* preExecute(int i) override {
-        log_->push_back(100 + i);
-        progress_->armed = true; // the first pre-task finds the queue cancelled
-        return new Node(log_, 1, 0, 0, 0);
-    }
-    void execute(int) override { log_->push_back(0); }
-    ThreadedTask* postExecute(int i) override {
-        return i == 0 ? new Node(log_, 2, 0, 0, 0) : nullptr;
-    }
-
-private:
-    OneShotCancel* progress_;
-    std::vector<int>* log_;
-};
-
-TEST_P(ThreadServices, CancelledPreTaskStopsFurtherPreTasksButNotOwnWork) {
-    ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
-    OneShotCancel progress;
-    std::vector<int> log;
+    // A pre-task that finds the queue cancelled stops further pre-tasks, not the own work.
+    OneShotCancel oneShot;
+    log.clear();
     queue.reset();
-    queue.setProgress(&progress);
+    queue.setProgress(&oneShot);
     queue.begin();
-    EXPECT_TRUE(queue.add(new Parent(&progress, &log)));
+    EXPECT_TRUE(queue.add(new Parent(&oneShot, &log)));
     queue.wait();
     queue.reset();
     EXPECT_EQ(log, (std::vector<int>{100, 0, 2})); // pre-task 1 never asked for
-}
-
-TEST_P(ThreadServices, NoExecuteRunsOnlyTheSubTasks) {
-    ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
-    std::vector<int> log;
-    Node* root = new Node(&log, 5, 1, 1, 1);
-    root->setNoExecute();
-    EXPECT_TRUE(root->getNoExecute());
-    queue.reset();
-    EXPECT_TRUE(queue.add(root));
-    queue.wait();
-    EXPECT_EQ(log, (std::vector<int>{51, 52}));
 }
 
 INSTANTIATE_TEST_SUITE_P(Threads, ThreadServices, ::testing::Values(0, 1, 2, 8),
@@ -409,7 +364,12 @@ INSTANTIATE_TEST_SUITE_P(Threads, ThreadServices, ::testing::Values(0, 1, 2, 8),
                                                     : "Std" + std::to_string(info.param);
                          });
 
-// ---- without the pool ----------------------------------------------------------------------
+struct Idle : ThreadedAlg {
+    void execute(int, int) override {}
+};
+struct IdleChunks : ThreadedChunkAlg {
+    void executeChunk(int, int, int) override {}
+};
 
 TEST(ThreadsDefaults, SingleThreadedServicesAnswerUntilSomethingIsInstalled) {
     EXPECT_EQ(&ThreadPool::get(), &ThreadPool::getSingleThreadedPool());
@@ -420,8 +380,8 @@ TEST(ThreadsDefaults, SingleThreadedServicesAnswerUntilSomethingIsInstalled) {
     ThreadedTask flags;
     flags.setNoCancel();
     flags.setNoExecute();
-    const ThreadedTask copy(flags); // copies carry both flags
-    EXPECT_TRUE(copy.getNoExecute() && !copy.isCancellable());
+    const ThreadedTask flagsCopy(flags); // copies carry both flags
+    EXPECT_TRUE(flagsCopy.getNoExecute() && !flagsCopy.isCancellable());
     EXPECT_TRUE(ThreadedTask().isCancellable());
     StdThreadPool pool(3);
     StdTaskQueue queue(0); // below 1 counts as 1
@@ -434,14 +394,7 @@ TEST(ThreadsDefaults, SingleThreadedServicesAnswerUntilSomethingIsInstalled) {
     ThreadedTaskQueue::install(nullptr);
     EXPECT_EQ(&ThreadPool::get(), &ThreadPool::getSingleThreadedPool());
     EXPECT_EQ(&ThreadedTaskQueue::get(), &ThreadedTaskQueue::getSingleThreaded());
-}
-
-class Idle : public ThreadedAlg {
-public:
-    void execute(int, int) override {}
-};
-
-TEST(ThreadsDefaults, OtherThreadsSeeCancellationOnlyAfterThreadZeroPolls) {
+    // Other threads see cancellation only after thread 0 polls.
     Progress progress;
     Idle alg;
     EXPECT_EQ(alg.getProgress(0), nullptr);
@@ -462,18 +415,7 @@ TEST(ThreadsDefaults, OtherThreadsSeeCancellationOnlyAfterThreadZeroPolls) {
     Idle copy(alg);                // copies as a value: progress pointer and flag
     EXPECT_TRUE(copy.cancelled(3));
     EXPECT_EQ(copy.getProgress(0), &progress);
-}
-
-TEST(ThreadsDefaults, SplitExamplesAndChunkDefault) {
-    EXPECT_EQ(ThreadedAlgBase::getBeginIndex(0, 3, 10), 0);
-    EXPECT_EQ(ThreadedAlgBase::getEndIndex(0, 3, 10), 4);
-    EXPECT_EQ(ThreadedAlgBase::getBeginIndex(1, 3, 10), 4);
-    EXPECT_EQ(ThreadedAlgBase::getBeginIndex(2, 3, 10), 7);
-    EXPECT_EQ(ThreadedAlgBase::getEndIndex(2, 3, 10), 10);
-    struct Plain : ThreadedChunkAlg {
-        void executeChunk(int, int, int) override {}
-    } plain;
-    EXPECT_EQ(plain.getNumChunks(), 100);
+    EXPECT_EQ(IdleChunks().getNumChunks(), 100);
 }
 
 } // namespace
