@@ -6,6 +6,7 @@
 #include <Base/OS/kyOSFileOps.h>
 #include <Base/OS/kyOSFileStatus.h>
 #include <Base/OS/kyOSFilename.h>
+#include <Base/OS/kyOSUuid.h>
 
 #include <cstdio>
 #include <cstring>
@@ -787,6 +788,19 @@ kyUtil::Error ioPackageFile::copyStreamIntoPackage(ioBufferedStreamInput& input,
 
 namespace {
 
+// A temporary name no other process is handed. createTmpFilename releases the name it
+// reserved, and on Windows draws it from 65,536 per prefix, so two processes compressing at
+// the same moment could both write one file; a UUID after it makes the name this call's own.
+kyString::IString privateTemporaryName() {
+    kyString::IString name = kyOS::createTmpFilename(kyString::IString(L"pkz")).name();
+    kyOS::Uuid unique;
+    if (unique.generate()) {
+        name += L'-';
+        name += kyString::IString(unique.asString().asChar());
+    }
+    return name;
+}
+
 // Compresses `source` (of `size` bytes) into `target` through the compression and checksum
 // filters; `compressedSize` receives the target's size.
 kyUtil::Error compressFile(const kyString::IString& source, const kyString::IString& target,
@@ -859,7 +873,7 @@ kyUtil::Error ioPackageFile::addEntry(const kyString::IString& fileName,
     kyString::IString temp;
     bool compressed = false;
     if (compress) {
-        temp = kyOS::createTmpFilename(kyString::IString(L"pkz")).name();
+        temp = privateTemporaryName();
         std::int64_t compressedSize = 0;
         error = compressFile(fileName, temp, size, compressedSize);
         if (error.failed()) {
