@@ -2,6 +2,8 @@
 // cached segment views.
 #include <Base/OS/kyOSMoveableAllocator.h>
 
+#include <Base/OS/internal/kyOSBestFitBlocks.h>
+
 #include <Base/Utility/kyImplBase.h>
 
 #include <cstdint>
@@ -63,11 +65,8 @@ public:
             block = segment->first;
         } else {
             const std::uint64_t rounded = roundUp(size);
-            auto fit = freeTree_.lower_bound(rounded);
-            if (fit != freeTree_.end()) {
-                block = fit->second;
-                unlist(block);
-            } else {
+            block = blocks_.takeFit(rounded); // the first of the smallest that fit
+            if (block == nullptr) {
                 ChunkSegment* segment = createSegment(MoveableAllocator::kSegmentSize);
                 if (segment == nullptr) {
                     return nullptr;
@@ -75,7 +74,7 @@ public:
                 block = segment->first;
             }
             if (block->size - rounded > kGranule) {
-                block = split(block, rounded);
+                block = blocks_.split(block, rounded);
             }
         }
         block->free = false;
@@ -113,18 +112,12 @@ public:
     bool release(ChunkBlock* block) {
         unmap(block);
         --live_;
-        block->free = true;
-        if (block->prev != nullptr && block->prev->free) {
-            block = absorbNext(block->prev);
-        }
-        if (block->next != nullptr && block->next->free) {
-            block = absorbNext(block);
-        }
+        block = blocks_.release(block);
         ChunkSegment* segment = block->segment;
         if (block->offset == 0 && block->size == segment->size) {
             destroySegment(segment); // no spare at this level
         } else {
-            list(block);
+            blocks_.list(block);
         }
         return orphaned_ && live_ == 0;
     }
@@ -201,56 +194,16 @@ private:
     void deleteBlocks(ChunkSegment* segment) {
         for (ChunkBlock* block = segment->first; block != nullptr;) {
             ChunkBlock* next = block->next;
-            unlist(block);
+            blocks_.unlist(block);
             delete block;
             block = next;
         }
         segment->first = nullptr;
     }
 
-    ChunkBlock* split(ChunkBlock* block, std::uint64_t size) {
-        ChunkBlock* head = new ChunkBlock{
-            size, block->offset, block->segment, false, false, block->prev, block, {}, false};
-        if (block->prev != nullptr) {
-            block->prev->next = head;
-        } else {
-            block->segment->first = head;
-        }
-        block->prev = head;
-        block->offset += size;
-        block->size -= size;
-        list(block);
-        return head;
-    }
-
-    ChunkBlock* absorbNext(ChunkBlock* block) {
-        ChunkBlock* next = block->next;
-        unlist(block);
-        unlist(next);
-        block->size += next->size;
-        block->next = next->next;
-        if (next->next != nullptr) {
-            next->next->prev = block;
-        }
-        delete next;
-        return block;
-    }
-
-    void list(ChunkBlock* block) {
-        block->inTree = freeTree_.emplace(block->size, block);
-        block->listed = true;
-    }
-
-    void unlist(ChunkBlock* block) {
-        if (block->listed) {
-            freeTree_.erase(block->inTree);
-            block->listed = false;
-        }
-    }
-
     MoveableMemory& memory_;
     const std::size_t bound_;
-    std::multimap<std::uint64_t, ChunkBlock*> freeTree_;
+    BestFitBlocks<ChunkBlock> blocks_;
     std::set<ChunkSegment*> segments_;
     std::list<ChunkSegment*> cache_; // mapped segments, most recent last
     unsigned int live_ = 0;

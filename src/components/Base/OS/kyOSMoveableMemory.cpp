@@ -1,6 +1,7 @@
 // kyOSMoveableMemory.cpp - segments, the best-fit free tree and the mappings of moveable memory.
 #include <Base/OS/kyOSMoveableMemory.h>
 
+#include <Base/OS/internal/kyOSBestFitBlocks.h>
 #include <Base/OS/internal/kyOSFileCalls.h>
 #include <Base/OS/kyOSFile.h>
 #include <Base/OS/kyOSFileStatus.h>
@@ -84,11 +85,8 @@ public:
             block = segment->first;
         } else {
             const std::uint64_t rounded = roundUp(size);
-            auto fit = freeTree_.lower_bound(rounded); // the first of the smallest that fit
-            if (fit != freeTree_.end()) {
-                block = fit->second;
-                unlist(block);
-            } else {
+            block = blocks_.takeFit(rounded); // the first of the smallest that fit
+            if (block == nullptr) {
                 MoveableSegment* segment = spare_;
                 spare_ = nullptr;
                 if (segment == nullptr && (segment = createSegment(segmentSize_)) == nullptr) {
@@ -97,7 +95,7 @@ public:
                 block = segment->first;
             }
             if (block->size - rounded > kGranule) {
-                block = split(block, rounded);
+                block = blocks_.split(block, rounded);
             } // else the excess, one granule at most, deliberately stays in the allocation
         }
         block->free = false;
@@ -132,13 +130,7 @@ public:
         MoveableBlock* block = m.block;
         stats_.allocations -= 1;
         stats_.allocatedBytes -= block->size;
-        block->free = true;
-        if (block->prev != nullptr && block->prev->free) {
-            block = absorbNext(block->prev);
-        }
-        if (block->next != nullptr && block->next->free) {
-            block = absorbNext(block);
-        }
+        block = blocks_.release(block);
         MoveableSegment* segment = block->segment;
         if (block->offset == 0 && block->size == segment->size) {
             if (keepSpare_ && spare_ == nullptr && segment->size == segmentSize_ && !orphaned_) {
@@ -147,7 +139,7 @@ public:
                 destroySegment(segment);
             }
         } else {
-            list(block);
+            blocks_.list(block);
         }
         return orphaned_ && stats_.allocations == 0;
     }
@@ -216,60 +208,17 @@ private:
     void deleteBlocks(MoveableSegment* segment) {
         for (MoveableBlock* block = segment->first; block != nullptr;) {
             MoveableBlock* next = block->next;
-            unlist(block);
+            blocks_.unlist(block);
             delete block;
             block = next;
         }
         segment->first = nullptr;
     }
 
-    // A new block of `size` at the block's offset, linked before the rest; the rest is free.
-    MoveableBlock* split(MoveableBlock* block, std::uint64_t size) {
-        MoveableBlock* head = new MoveableBlock{
-            size, block->offset, block->segment, false, block->prev, block, {}, false};
-        if (block->prev != nullptr) {
-            block->prev->next = head;
-        } else {
-            block->segment->first = head;
-        }
-        block->prev = head;
-        block->offset += size;
-        block->size -= size;
-        block->free = true;
-        list(block);
-        return head;
-    }
-
-    // Merges the block after `block` into it (both free); returns `block`.
-    MoveableBlock* absorbNext(MoveableBlock* block) {
-        MoveableBlock* next = block->next;
-        unlist(block);
-        unlist(next);
-        block->size += next->size;
-        block->next = next->next;
-        if (next->next != nullptr) {
-            next->next->prev = block;
-        }
-        delete next;
-        return block;
-    }
-
-    void list(MoveableBlock* block) {
-        block->inTree = freeTree_.emplace(block->size, block); // after its equals
-        block->listed = true;
-    }
-
-    void unlist(MoveableBlock* block) {
-        if (block->listed) {
-            freeTree_.erase(block->inTree);
-            block->listed = false;
-        }
-    }
-
     const std::uint64_t segmentSize_;
     const std::uint64_t smallLimit_;
     const bool keepSpare_ = true;
-    std::multimap<std::uint64_t, MoveableBlock*> freeTree_;
+    BestFitBlocks<MoveableBlock> blocks_;
     MoveableSegment* spare_ = nullptr;
     std::set<MoveableSegment*> segments_;
     std::uint64_t segmentsCreated_ = 0;
