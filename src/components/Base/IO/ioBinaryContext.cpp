@@ -82,7 +82,9 @@ void ioWriteContextBinary::openPacket(int typeId, bool hasObject) {
     buffer_->position = 0;
     buffer_->depth = 0;
     const std::int32_t head[3] = {typeId, hasObject ? 1 : 0, 0};
-    put(head, ioDetail::kHeadSize);
+    // The area is never smaller than its initial size: the head always fits.
+    std::memcpy(buffer_->data.data(), head, ioDetail::kHeadSize);
+    buffer_->position = ioDetail::kHeadSize;
     buffer_->pushLevel();
 }
 
@@ -233,7 +235,7 @@ void ioReadContextBinary::makeCurrent(ioPacketFileBuffer* state) {
     buffer_ = static_cast<ioPacketFileBinaryBuffer*>(state);
 }
 
-int ioReadContextBinary::assemble(const unsigned char* bytes) const {
+inline int ioReadContextBinary::assemble(const unsigned char* bytes) const {
     std::uint32_t value;
     std::memcpy(&value, bytes, 4);
     return static_cast<int>(swapped_ ? ioDetail::swap32(value) : value);
@@ -247,23 +249,28 @@ inline void ioReadContextBinary::takeValue(T& value) {
     if (b != nullptr && b->depth > 0 && !swapped_ &&
         static_cast<std::int64_t>(b->position) + static_cast<std::int64_t>(sizeof value) <=
             b->levels[static_cast<std::size_t>(b->depth - 1)].end) {
-        std::memcpy(&value, b->data.data() + b->position, sizeof value);
+        std::memcpy(&value, b->bytes + b->position, sizeof value);
         b->position += static_cast<std::int32_t>(sizeof value);
         return;
     }
-    take(&value, static_cast<int>(sizeof value), 1);
+    takeChecked(&value, static_cast<int>(sizeof value), 1);
 }
 
 int ioReadContextBinary::readPacketOpening() {
     buffer_->depth = 0;
     buffer_->position = 0;
     // The head's three integers, least significant byte first (most significant first when
-    // swapped); one transfer instead of twelve single-byte reads.
-    unsigned char head[ioDetail::kHeadSize];
-    if (stream_.readData(reinterpret_cast<char*>(head), ioDetail::kHeadSize) !=
-            ioDetail::kHeadSize ||
-        !stream_.good()) {
-        return 0;
+    // swapped): in place when the stream holds them, else in one transfer.
+    unsigned char copied[ioDetail::kHeadSize];
+    const auto* head =
+        reinterpret_cast<const unsigned char*>(stream_.takeInPlace(ioDetail::kHeadSize));
+    if (head == nullptr) {
+        if (stream_.readData(reinterpret_cast<char*>(copied), ioDetail::kHeadSize) !=
+                ioDetail::kHeadSize ||
+            !stream_.good()) {
+            return 0;
+        }
+        head = copied;
     }
     const int id = assemble(head);
     const int flag = assemble(head + 4);
@@ -278,6 +285,12 @@ int ioReadContextBinary::readPacketOpening() {
         return 0; // reported by the caller
     }
     std::int32_t got = 0;
+    // The body is parsed where the stream holds it (valid until the stream is next read, which
+    // is at the next packet); a body split across the stream's refills is copied.
+    buffer_->bytes = stream_.takeInPlace(length);
+    if (buffer_->bytes != nullptr) {
+        got = length;
+    }
     while (got < length) {
         const int piece = std::min(length - got, ioDetail::kReadPiece);
         buffer_->position = got;
@@ -290,6 +303,9 @@ int ioReadContextBinary::readPacketOpening() {
         if (n < piece) {
             break; // the stream's status tells why
         }
+    }
+    if (buffer_->bytes == nullptr) {
+        buffer_->bytes = buffer_->data.data();
     }
     bytesRead_ += got;
     buffer_->position = 0;
@@ -321,7 +337,7 @@ bool ioReadContextBinary::readNextChunk() {
         level.chunkHasData = false;
         return false;
     }
-    if (buffer_->data[static_cast<std::size_t>(buffer_->position)] != ioDetail::kChunkMark) {
+    if (buffer_->bytes[buffer_->position] != ioDetail::kChunkMark) {
         badData("a chunk without its mark");
         return false;
     }
@@ -347,8 +363,7 @@ bool ioReadContextBinary::enterSubPacket() {
     bool entered = false;
     std::int32_t end = buffer_->position;
     if (buffer_->position < outerEnd) {
-        if (buffer_->data[static_cast<std::size_t>(buffer_->position)] !=
-            ioDetail::kSubPacketMark) {
+        if (buffer_->bytes[buffer_->position] != ioDetail::kSubPacketMark) {
             badData("a sub-packet without its mark");
         } else {
             ++buffer_->position;
@@ -381,7 +396,19 @@ int ioReadContextBinary::readLength() {
     return length;
 }
 
-void ioReadContextBinary::take(void* out, int size, int count) {
+inline void ioReadContextBinary::take(void* out, int size, int count) {
+    ioPacketFileBinaryBuffer* const b = buffer_;
+    if (b != nullptr && b->depth > 0 && !swapped_ && count > 0 && count <= 0x10000000 / size &&
+        b->position + size * count <= b->levels[static_cast<std::size_t>(b->depth - 1)].end) {
+        // The common case, checked in 32 bits: inside the level, in the writer's byte order.
+        std::memcpy(out, b->bytes + b->position, static_cast<std::size_t>(size * count));
+        b->position += size * count;
+        return;
+    }
+    takeChecked(out, size, count);
+}
+
+void ioReadContextBinary::takeChecked(void* out, int size, int count) {
     if (count <= 0) {
         return;
     }
@@ -397,7 +424,7 @@ void ioReadContextBinary::take(void* out, int size, int count) {
         return;
     }
     char* target = static_cast<char*>(out);
-    std::memcpy(target, buffer_->data.data() + position, static_cast<std::size_t>(bytes));
+    std::memcpy(target, buffer_->bytes + position, static_cast<std::size_t>(bytes));
     if (swapped_ && size > 1) {
         for (int i = 0; i < count; ++i) {
             ioDetail::reverse(target + static_cast<std::ptrdiff_t>(i) * size, size);
@@ -448,7 +475,7 @@ const char* ioReadContextBinary::doReadCString() {
         return "";
     }
     const std::int32_t end = buffer_->top().end;
-    const char* begin = buffer_->data.data() + buffer_->position;
+    const char* begin = buffer_->bytes + buffer_->position;
     const void* zero =
         buffer_->position < end
             ? std::memchr(begin, 0, static_cast<std::size_t>(end - buffer_->position))

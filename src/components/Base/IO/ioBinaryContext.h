@@ -112,6 +112,8 @@ private:
     /// `count` elements of `size` bytes, byte-reversed per element when swapped; zeros and
     /// `ioBadData` when they lie beyond the level's end.
     void take(void* out, int size, int count);
+    /// `take` with every check and the byte reversal: the rare path.
+    void takeChecked(void* out, int size, int count);
     template <class T>
     void takeValue(T& value);
     int assemble(const unsigned char* bytes) const;

@@ -320,6 +320,16 @@ int ioBufferedStreamInput::readData(char* data, int length) {
     return got;
 }
 
+const char* ioBufferedStreamInput::takeInPlace(int length) {
+    if (top_ == nullptr || !good() || !top_->good() || length < 0 ||
+        length > top_->getValid() - top_->getPosition()) {
+        return nullptr;
+    }
+    const char* bytes = top_->getData() + top_->getPosition();
+    top_->setPosition(top_->getPosition() + length);
+    return bytes;
+}
+
 // ---------------------------------------------------------------------------------------------
 // ioBufferedStreamOutput
 

@@ -123,6 +123,11 @@ public:
     void readLine(char* buffer, int size);
     /// Up to `length` bytes; the count read.
     int readData(char* data, int length);
+    /// The next `length` bytes where the stream already holds them in one piece: the stream
+    /// moves past them and the pointer stays valid until the stream is next read, moved or
+    /// closed. Null (nothing moved) when they are not all there yet or the status is bad:
+    /// then `readData` fetches them. Lets a reader parse without copying.
+    const char* takeInPlace(int length);
 };
 
 /// A stream that is written. Bulk writes fill whole buffers; `writeChar` hands each byte to

@@ -167,10 +167,7 @@ void ioContext::popPacket() {
     makeCurrent(current_);
 }
 
-void ioContext::promoteStreamStatus(const ioBufferedStream& stream) {
-    if (status_ != ioGood) {
-        return;
-    }
+void ioContext::promoteStreamFailure(const ioBufferedStream& stream) {
     switch (stream.getStatus()) {
     case ioStreamGood:
         return;
@@ -328,10 +325,8 @@ void ioWriteContext::writeCStringPacket(const char* text) {
 }
 
 int ioWriteContext::writeReference(const void* object, bool define) {
-    int number = referenceMap_->lookup(object);
-    if (number < 0) {
-        number = referenceMap_->newReference(const_cast<void*>(object));
-    }
+    // lookup, then newReference when the object has no number yet: one call to the map
+    const int number = referenceMap_->enter(object);
     writeReference(number, define);
     return number;
 }
@@ -478,8 +473,8 @@ int ioReadContext::readReference() {
 }
 
 void ioReadContext::defineReference(int number, void* address, bool alias) {
-    referenceMap_->define(number, address, alias);
-    referenceMap_->markDefined(number, current_ == nullptr ? nullptr : current_->type);
+    referenceMap_->defineAndMark(number, address, alias,
+                                 current_ == nullptr ? nullptr : current_->type);
     if (number == packetReference_) {
         packetReferenceDefined_ = true;
     }

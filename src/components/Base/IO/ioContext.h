@@ -3,6 +3,7 @@
 #define KY_IO_CONTEXT_H
 
 #include <Base/BaseExport.h>
+#include <Base/IO/ioBufferedStream.h>
 #include <Base/IO/ioHeader.h>
 #include <Base/IO/ioTypes.h>
 
@@ -90,7 +91,12 @@ protected:
     void popPacket();
     void setStatus(ioStatus status) { status_ = status; }
     /// Maps a bad stream status onto the context's (only while the context is good).
-    void promoteStreamStatus(const ioBufferedStream& stream);
+    void promoteStreamStatus(const ioBufferedStream& stream) {
+        if (status_ == ioGood && stream.getStatus() != ioStreamGood) {
+            promoteStreamFailure(stream); // rare: out of line
+        }
+    }
+    void promoteStreamFailure(const ioBufferedStream& stream);
     /// Sets `status` while good and reports `what` once through `ioPacketFileError`.
     void badData(const char* what);
 

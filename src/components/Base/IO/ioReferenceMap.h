@@ -40,6 +40,13 @@ public:
     virtual void reportUnresolved(ioPacketType* type, void (*function)(void*, int)) = 0;
     /// The highest number handed out or touched so far.
     virtual int highestNumber() const = 0;
+    /// The number of `address` (0 for null), a new one when it has none: what a writer asks
+    /// for every object it names. `lookup`, then `newReference` when that is negative; a map
+    /// may answer in one step.
+    virtual int enter(const void* address);
+    /// `define(number, address, alias)`, then `markDefined(number, type)`: what a reader does
+    /// for every object it creates. A map may do both in one step.
+    virtual void defineAndMark(int number, void* address, bool alias, ioPacketType* type);
 };
 
 /// A new, empty reference map (count 0: the first holder takes the first count).

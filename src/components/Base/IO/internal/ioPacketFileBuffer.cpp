@@ -5,13 +5,6 @@
 
 ioPacketFileBuffer::~ioPacketFileBuffer() = default;
 
-void ioPacketFileBuffer::reset(ioPacketType* packetType) {
-    std::fill(chunkOpen.begin(), chunkOpen.end(), 0);
-    level = 0;
-    valid = true;
-    type = packetType;
-}
-
 void ioPacketFileBuffer::raiseLevel() {
     ++level;
     if (static_cast<std::size_t>(level) >= chunkOpen.size()) {
@@ -53,27 +46,6 @@ void ioPacketFileBinaryBuffer::putRaw(const void* bytes, int count) {
     }
     std::memcpy(data.data() + position, bytes, static_cast<std::size_t>(count));
     position += count;
-}
-
-void ioPacketFileBinaryBuffer::putInt32At(std::int32_t at, std::int32_t value) {
-    if (at >= 0 && static_cast<std::int64_t>(at) + 4 <= size) {
-        std::memcpy(data.data() + at, &value, 4);
-    }
-}
-
-ioPacketFileBinaryBuffer::Level& ioPacketFileBinaryBuffer::pushLevel() {
-    if (static_cast<std::size_t>(depth) >= levels.size()) {
-        levels.emplace_back();
-    }
-    Level& level = levels[static_cast<std::size_t>(depth++)];
-    level = Level();
-    return level;
-}
-
-void ioPacketFileBinaryBuffer::popLevel() {
-    if (depth > 0) {
-        --depth;
-    }
 }
 
 ioPacketFileAsciiBuffer::ioPacketFileAsciiBuffer()

@@ -3,6 +3,7 @@
 #define KY_IO_INTERNAL_PACKETFILEBUFFER_H
 
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 class ioPacketType;
@@ -15,7 +16,13 @@ public:
     virtual ~ioPacketFileBuffer();
 
     /// Back to a fresh packet of `packetType`.
-    void reset(ioPacketType* packetType);
+    void reset(ioPacketType* packetType) {
+        // Only levels that were entered can hold a flag; level 0 always exists.
+        std::memset(chunkOpen.data(), 0, chunkOpen.size());
+        level = 0;
+        valid = true;
+        type = packetType;
+    }
     /// Raises the level, growing the flag array as needed.
     void raiseLevel();
 
@@ -44,13 +51,31 @@ public:
     /// Room for `count` more bytes at `position`; false (nothing changed) beyond 2 GiB.
     bool reserve(std::int64_t count);
     void putRaw(const void* bytes, int count);
-    void putInt32At(std::int32_t at, std::int32_t value);
-    Level& pushLevel();
-    void popLevel();
+    void putInt32At(std::int32_t at, std::int32_t value) {
+        if (at >= 0 && static_cast<std::int64_t>(at) + 4 <= size) {
+            std::memcpy(data.data() + at, &value, 4);
+        }
+    }
+    Level& pushLevel() {
+        if (static_cast<std::size_t>(depth) >= levels.size()) {
+            levels.emplace_back();
+        }
+        Level& level = levels[static_cast<std::size_t>(depth++)];
+        level = Level();
+        return level;
+    }
+    void popLevel() {
+        if (depth > 0) {
+            --depth;
+        }
+    }
     Level& top() { return levels[static_cast<std::size_t>(depth - 1)]; }
 
     static constexpr std::int32_t kInitialSize = 50000;
     std::vector<char> data;
+    /// Reading: where the packet's body lies, in the stream's own memory when it held the
+    /// whole body, else in `data`.
+    const char* bytes = nullptr;
     std::int32_t size = 0;
     std::int32_t position = 0;
     std::vector<Level> levels; ///< created on demand, reused

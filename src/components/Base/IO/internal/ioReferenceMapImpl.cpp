@@ -10,6 +10,16 @@
 
 ioReferenceMap::~ioReferenceMap() = default;
 
+int ioReferenceMap::enter(const void* address) {
+    const int number = lookup(address);
+    return number >= 0 ? number : newReference(const_cast<void*>(address));
+}
+
+void ioReferenceMap::defineAndMark(int number, void* address, bool alias, ioPacketType* type) {
+    define(number, address, alias);
+    markDefined(number, type);
+}
+
 ioReferenceMap* ioPacketFileNewReferenceMap() {
     return new ioReferenceMapImpl();
 }
@@ -33,17 +43,16 @@ void ioReferenceMapImpl::freeFixups(Record& record) {
         delete record.pending;
         record.pending = next;
     }
-    record.pendingLast = nullptr;
 }
 
 void ioReferenceMapImpl::queue(Record& record, void** slot, ioPacketType* type, int extra) {
-    auto* fixup = new Fixup{slot, type, extra, nullptr};
-    if (record.pendingLast == nullptr) {
+    auto* fixup = new Fixup{slot, type, extra, nullptr, nullptr};
+    if (record.pending == nullptr) {
         record.pending = fixup;
     } else {
-        record.pendingLast->next = fixup;
+        record.pending->last->next = fixup;
     }
-    record.pendingLast = fixup;
+    record.pending->last = fixup;
 }
 
 void ioReferenceMapImpl::grow(int number) {
@@ -72,22 +81,36 @@ inline ioReferenceMapImpl::Record* ioReferenceMapImpl::touch(int number) {
     if (number < 1) {
         return nullptr;
     }
-    if (number >= capacity_) {
-        grow(number);
+    Record* record;
+    if (static_cast<unsigned>(number) - static_cast<unsigned>(lastPageFirst_) <
+            static_cast<unsigned>(kPageSize) &&
+        number < capacity_) {
+        // New numbers come in runs: the page of the highest one saves the division.
+        record = lastPage_ + (number - lastPageFirst_);
+    } else {
+        if (number >= capacity_) {
+            grow(number);
+        }
+        Record*& page = pages_[static_cast<std::size_t>(number / kPageSize)];
+        if (page == nullptr) {
+            page = newPage();
+        }
+        if (number >= highest_) {
+            // Only the frontier's page is kept: uses of older numbers, scattered over the
+            // table, must not push it out.
+            lastPage_ = page;
+            lastPageFirst_ = number - number % kPageSize;
+        }
+        record = page + number % kPageSize;
     }
-    Record*& page = pages_[static_cast<std::size_t>(number / kPageSize)];
-    if (page == nullptr) {
-        page = newPage();
-    }
-    Record& record = page[number % kPageSize];
-    if (!record.inUse) {
-        record.inUse = 1;
-        record.live = 1;
+    if (!record->inUse) {
+        record->inUse = 1;
+        record->live = 1;
     }
     if (number > highest_) {
         highest_ = number;
     }
-    return &record;
+    return record;
 }
 
 const ioReferenceMapImpl::Record* ioReferenceMapImpl::find(int number) const {
@@ -114,8 +137,38 @@ int ioReferenceMapImpl::newReference(void* address) {
 }
 
 void ioReferenceMapImpl::define(int number, void* address, bool alias) {
+    defineRecord(number, address, alias);
+}
+
+void ioReferenceMapImpl::defineAndMark(int number, void* address, bool alias, ioPacketType* type) {
+    Record* record = defineRecord(number, address, alias);
+    if (record != nullptr) {
+        mark(*record, type);
+    } else {
+        markDefined(number, type); // a null address still marks the number, as the two calls do
+    }
+}
+
+int ioReferenceMapImpl::enter(const void* address) {
+    if (address == nullptr) {
+        return 0;
+    }
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    if (rising_ && (risingCount_ == 0 || at > risingLast_) && lastNumber_ == risingCount_) {
+        // A new object above every one so far (the common case of objects from an array or a
+        // pool): no search, and the run goes on.
+        const int number = lastNumber_ + 1;
+        defineRecord(number, const_cast<void*>(address), false);
+        return number;
+    }
+    const int number = lookup(address);
+    return number >= 0 ? number : newReference(const_cast<void*>(address));
+}
+
+inline ioReferenceMapImpl::Record* ioReferenceMapImpl::defineRecord(int number, void* address,
+                                                                    bool alias) {
     if (address == nullptr || number < 1) {
-        return;
+        return nullptr;
     }
     Record* record = touch(number);
     const auto at = reinterpret_cast<std::uintptr_t>(address);
@@ -146,6 +199,7 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
         // Numbers read from a file are taken: a later newReference must not hand them out.
         lastNumber_ = number;
     }
+    return record;
 }
 
 void ioReferenceMapImpl::leaveRising() {
@@ -225,18 +279,21 @@ void* ioReferenceMapImpl::definition(int number) const {
 
 void ioReferenceMapImpl::markDefined(int number, ioPacketType* type) {
     Record* record = touch(number);
-    if (record == nullptr) {
-        return;
+    if (record != nullptr) {
+        mark(*record, type);
     }
-    record->defined = 1;
-    record->definingType = type;
-    if (record->pending != nullptr) {
-        for (Fixup* f = record->pending; f != nullptr; f = f->next) {
+}
+
+inline void ioReferenceMapImpl::mark(Record& record, ioPacketType* type) {
+    record.defined = 1;
+    record.definingType = type;
+    if (record.pending != nullptr) {
+        for (Fixup* f = record.pending; f != nullptr; f = f->next) {
             if (f->slot != nullptr) {
-                *f->slot = record->address;
+                *f->slot = record.address;
             }
         }
-        freeFixups(*record);
+        freeFixups(record);
     }
 }
 
@@ -245,7 +302,7 @@ void ioReferenceMapImpl::use(int number, ioPacketType* type, int extra) {
     if (record == nullptr) {
         return;
     }
-    ++record->uses;
+    record->used = 1;
     if (!record->defined) {
         queue(*record, nullptr, type, extra);
     }
@@ -276,7 +333,7 @@ void ioReferenceMapImpl::resolve(int number, void** slot, ioPacketType* type, in
     if (record == nullptr) {
         return;
     }
-    ++record->uses;
+    record->used = 1;
     if (record->defined) {
         if (slot != nullptr) {
             *slot = record->address;
@@ -302,7 +359,7 @@ void ioReferenceMapImpl::resolveRemaining(ioClientReadContext& client) {
                 f->type->handleUnresolvedPtr(client, static_cast<void*>(f->slot), f->extra);
             }
         }
-        if (record.defined && record.uses == 0 && record.definingType != nullptr) {
+        if (record.defined && !record.used && record.definingType != nullptr) {
             record.definingType->handleUnreferencedMemory(client, record.address);
         }
     }

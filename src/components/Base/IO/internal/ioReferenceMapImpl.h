@@ -24,17 +24,18 @@ public:
         ioPacketType* type;
         int extra;
         Fixup* next;
+        Fixup* last; ///< in the first fix-up of a record only: where the next one is appended
     };
+    /// 32 bytes: a file of a million objects holds a million of these.
     struct Record {
         unsigned char inUse = 0;
         unsigned char defined = 0;
         unsigned char live = 0;
         unsigned char alias = 0;
-        std::int32_t uses = 0;
+        unsigned char used = 0; ///< asked for by a use or a fix-up at least once
         void* address = nullptr;
         ioPacketType* definingType = nullptr;
-        Fixup* pending = nullptr;     ///< first queued fix-up: filled and reported in order
-        Fixup* pendingLast = nullptr; ///< where the next one is appended
+        Fixup* pending = nullptr; ///< first queued fix-up: filled and reported in order
     };
 
     ioReferenceMapImpl();
@@ -54,6 +55,8 @@ public:
     void reportUnresolved(ioPacketType* type, void (*function)(void*, int)) override;
 
     int highestNumber() const override { return highest_ > lastNumber_ ? highest_ : lastNumber_; }
+    int enter(const void* address) override;
+    void defineAndMark(int number, void* address, bool alias, ioPacketType* type) override;
 
     int getCapacity() const { return capacity_; }
     int getHighest() const { return highest_; }
@@ -68,6 +71,10 @@ private:
     static Record* newPage();
     static void freeFixups(Record& record);
     static void queue(Record& record, void** slot, ioPacketType* type, int extra);
+    /// `define` on the record it returns (null when nothing was defined).
+    Record* defineRecord(int number, void* address, bool alias);
+    /// `markDefined` on a record.
+    static void mark(Record& record, ioPacketType* type);
     /// True when `address` sorts after every address in the tree (or the tree is empty).
     bool beyondLast(const void* address) const;
     /// `lookup` while the map is rising (see there): the number of `at`, -1 when none.
@@ -80,6 +87,10 @@ private:
     int capacity_;
     int highest_;
     std::vector<Record*> pages_;
+    // The page of the highest number touched and its first number (pages live as long as the
+    // map).
+    Record* lastPage_ = nullptr;
+    int lastPageFirst_ = -kPageSize;
     // Whether every number so far went, in order from 1, to an address above the one before
     // (no alias, no second definition, nothing undefined): then lookups need no tree descent.
     bool rising_ = true;
