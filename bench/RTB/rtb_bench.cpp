@@ -13,9 +13,11 @@
 //                  emission.
 // Goals: at most 1.5x the loop's time, at least 4x boost's speed. kyRTB pays for re-entrance
 // safety, not with a copy of the connection list per emission, but with a flag that marks the
-// connection being called: two plain stores and a few predictable branches. (A lock count
-// incremented and decremented around every call chained each emission to the one before
-// through memory; only nested emissions of the same signal take a count now.)
+// connection being called, in the same word as its block count and other flags: one load,
+// one compare and one store of that word on each side of the call. (A lock count incremented
+// and decremented around every call chained each emission to the one before through memory;
+// separate byte-sized flags cost four loads and branches; flags stored as bytes and read as a
+// word stalled store-to-load forwarding. Only nested emissions take a count now.)
 #include <Base/RTB/kyRTBSignal.h>
 
 #include <kyBenchSupport.h>

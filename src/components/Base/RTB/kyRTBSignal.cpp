@@ -13,20 +13,20 @@ void Item::unlock() {
     if (lockCount_ == 0) {
         return;
     }
-    if (--lockCount_ == 0 && destroyed_ && !calling_) {
+    if (--lockCount_ == 0 && (state_ & (kDestroyed | kCalling)) == kDestroyed) {
         destroy();
     }
 }
 
 void Item::block() {
-    if (blockCount_ < 0xFFFF) {
-        ++blockCount_;
+    if ((state_ & kBlockMask) < kBlockMask) {
+        ++state_;
     }
 }
 
 void Item::unblock() {
-    if (blockCount_ > 0) {
-        --blockCount_;
+    if ((state_ & kBlockMask) > 0) {
+        --state_;
     }
 }
 
@@ -45,7 +45,7 @@ void Item::destroy() {
     if (isLocked()) {
         // Somebody is walking over this item (an emission, most likely its own call): it stays
         // linked so that the walk can go on, and its last unlock comes back here.
-        destroyed_ = true;
+        state_ |= kDestroyed;
         return;
     }
     if (owner_ != nullptr) {
@@ -76,7 +76,7 @@ SignalBase::~SignalBase() {
         if (!item->isLocked()) {
             delete item;
         } else {
-            item->destroyed_ = true; // freed by its last unlock
+            item->state_ |= Item::kDestroyed; // freed by its last unlock
         }
         item = next;
     }
@@ -160,7 +160,7 @@ Item* SignalBase::findGlobalCallback(void* f) const {
 
 Item* SignalBase::findInstance(void* p) const {
     for (Item* item = head_; item != nullptr; item = item->next_) {
-        if (!item->destroyed_ && item->callback_ != nullptr && item->callback_->isInstance(p)) {
+        if (!item->isDestroyed() && item->callback_ != nullptr && item->callback_->isInstance(p)) {
             return item;
         }
     }
@@ -184,7 +184,7 @@ bool SignalBase::isBlocked(const Item* c) const {
         return true;
     }
     const Item* item = find(c);
-    return item == nullptr || item->blockCount_ > 0;
+    return item == nullptr || item->isBlocked();
 }
 
 int SignalBase::numConnections() const {

@@ -52,7 +52,7 @@ public:
         /// Decrements the block count; unblocking an unblocked connection does nothing.
         void unblock();
         /// True while the block count is above zero.
-        bool isBlocked() const { return blockCount_ > 0; }
+        bool isBlocked() const { return (state_ & kBlockMask) != 0; }
         /// Destroys the item and its partner: unlinked and freed now, or, while it is locked,
         /// marked destroyed and freed by its last unlock. The item must not be used after.
         void destroy();
@@ -64,29 +64,36 @@ public:
         /// The other end of a tied connection, or null.
         connectionItem* partner() const { return partner_; }
         /// The lock count, counting a running call of the item as one lock.
-        unsigned lockCount() const { return lockCount_ + (calling_ ? 1u : 0u); }
-        unsigned blockCount() const { return blockCount_; }
+        unsigned lockCount() const { return lockCount_ + ((state_ & kCalling) != 0 ? 1u : 0u); }
+        unsigned blockCount() const { return state_ & kBlockMask; }
         /// True when destruction was requested while the item was locked.
-        bool isDestroyed() const { return destroyed_; }
+        bool isDestroyed() const { return (state_ & kDestroyed) != 0; }
 
     private:
         friend class SignalBase;
 
         connectionItem(FunctionBase* callback, SignalBase* owner)
-            : callback_(callback), owner_(owner) {}
+            : callback_(callback), owner_(owner), state_(callback == nullptr ? kNoCallback : 0) {}
         ~connectionItem();
         void destroyPartner();
-        bool isLocked() const { return lockCount_ > 0 || calling_; }
+        bool isLocked() const { return lockCount_ > 0 || (state_ & kCalling) != 0; }
+
+        // The item's state in one word: the block count in the low 16 bits, then flags. An
+        // emission reads and writes the whole word, one load and one store on each side of
+        // the call: a narrower store followed by a wider load of the same word would stall
+        // the processor's store-to-load forwarding.
+        static constexpr std::uint32_t kBlockMask = 0xFFFF;
+        static constexpr std::uint32_t kDestroyed = 1u << 16;  // destruction waits for unlock
+        static constexpr std::uint32_t kCalling = 1u << 17;    // an emission is calling it
+        static constexpr std::uint32_t kNoCallback = 1u << 18; // the partner end of a tie
 
         connectionItem* next_ = nullptr; // toward older connections
         connectionItem* prev_ = nullptr; // toward newer connections; null for the head
         FunctionBase* callback_;         // owned; null for a partner item
         SignalBase* owner_;              // null once detached
         connectionItem* partner_ = nullptr;
-        std::uint16_t lockCount_ = 0;
-        std::uint16_t blockCount_ = 0;
-        bool destroyed_ = false;
-        bool calling_ = false; // an emission is calling the item (a lock held by it)
+        std::uint32_t state_;
+        std::uint16_t lockCount_ = 0; // nested emissions and outside holders
     };
 
     /// Adds a connection owning `f` at the head of the list (it is called first from then on).
@@ -141,21 +148,28 @@ protected:
         connectionItem* item = head_;
         while (item != nullptr) {
             connectionItem* next;
-            if (!item->calling_) {
-                item->calling_ = true;
-                if (item->blockCount_ == 0 && !item->destroyed_ && item->callback_ != nullptr) {
-                    invoke(item->callback_);
-                }
+            const std::uint32_t state = item->state_;
+            if (state == 0) {
+                // Not blocked, not destroyed, not being called, with a callback: the common
+                // case, one word checked and written on each side of the call.
+                item->state_ = connectionItem::kCalling;
+                invoke(item->callback_);
                 // Read after the call: a connection disconnected meanwhile is already
                 // unlinked, and this one stays linked while it is being called.
                 next = item->next_;
-                item->calling_ = false;
-                if (item->destroyed_ && item->lockCount_ == 0) {
+                const std::uint32_t after = item->state_ & ~connectionItem::kCalling;
+                item->state_ = after;
+                if ((after & connectionItem::kDestroyed) != 0 && item->lockCount_ == 0) {
                     item->destroy();
                 }
+            } else if ((state & connectionItem::kCalling) == 0) {
+                // Blocked, waiting for its destruction, or the partner end of a tie: passed
+                // over.
+                next = item->next_;
             } else {
                 ++item->lockCount_;
-                if (item->blockCount_ == 0 && !item->destroyed_ && item->callback_ != nullptr) {
+                if ((state & (connectionItem::kBlockMask | connectionItem::kDestroyed |
+                              connectionItem::kNoCallback)) == 0) {
                     invoke(item->callback_);
                 }
                 next = item->next_;
