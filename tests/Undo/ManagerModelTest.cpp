@@ -1,7 +1,9 @@
 // ManagerModelTest.cpp - long random histories checked step by step against a reference model
 // (the queue as a vector, the position as an index, steps and bytes recounted from scratch):
 // after each operation the queue, the position, every flag, call count, deletion and signal
-// emission must agree.
+// emission must agree. The application's side takes part too: commands that join a group late,
+// stray arguments, groups taken out of the queue (and deleted after the manager), the installed
+// manager.
 #include "UndoTestCommands.h"
 
 #include <Base/Undo/kyUndoManager.h>
@@ -13,8 +15,10 @@
 #include <algorithm>
 #include <deque>
 #include <memory>
+#include <numeric>
 #include <set>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -22,15 +26,9 @@ namespace {
 using kyUndo::Group;
 using kyUndo::Manager;
 using undotest::Record;
-using undotest::SignalCounts;
 using undotest::TestCommand;
 
 constexpr int kValid = 16;
-
-// The bits after a do (`redo`) or an undo: "has been" and "last was" for that direction.
-void mark(int& bits, bool redo) {
-    bits = redo ? (bits & ~8) | 1 | 4 : (bits & ~4) | 2 | 8;
-}
 
 struct MCommand {
     Record* record = nullptr;
@@ -39,63 +37,62 @@ struct MCommand {
 };
 
 struct MGroup {
-    int id = 0;
-    bool dynamic = false;
+    MGroup(int i, bool d) : id(i), dynamic(d) {}
+    int id;
+    bool dynamic;
     bool prunable = true;
     int bits = kValid;
     std::vector<MCommand> commands;
     std::set<const void*> declared;
 
     long long bytes() const {
-        long long sum = 0;
-        for (const MCommand& c : commands) {
-            sum += c.record->bytes;
-        }
-        return sum;
+        return std::accumulate(
+            commands.begin(), commands.end(), 0LL,
+            [](long long sum, const MCommand& c) { return sum + c.record->bytes; });
     }
 };
 
-// A command runs its action once per change of direction and is marked even when the action
-// fails, which invalidates it for good.
-bool runCommand(MCommand& c, bool redo) {
-    if ((c.bits & kValid) == 0) {
+// Commands and groups alike: an invalid one fails, one whose last run went the same way
+// succeeds without running again; otherwise `body` runs, and a failure invalidates for good. A
+// command is marked done or undone even when its action fails, a group only when all succeed.
+template <class T, class Body>
+bool runOnce(T& x, bool redo, bool markFailure, const Body& body) {
+    if ((x.bits & kValid) == 0) {
         return false;
     }
-    if ((c.bits & (redo ? 4 : 8)) != 0) {
+    if ((x.bits & (redo ? 4 : 8)) != 0) {
         return true;
     }
-    ++c.calls[redo];
-    const bool ok = !(redo ? c.record->failDo : c.record->failUndo);
-    mark(c.bits, redo);
-    if (!ok) {
-        c.bits &= ~kValid;
+    const bool ok = body();
+    if (ok || markFailure) { // "has been" and "last was" for this direction
+        x.bits = redo ? (x.bits & ~8) | 1 | 4 : (x.bits & ~4) | 2 | 8;
     }
+    x.bits &= ok ? ~0 : ~kValid;
     return ok;
 }
 
-// A group runs its commands forwards to do and backwards to undo; the first failure stops it
-// unmarked and invalid.
+bool runCommand(MCommand& c, bool redo) {
+    return runOnce(c, redo, true, [&] {
+        ++c.calls[redo];
+        return !(redo ? c.record->failDo : c.record->failUndo);
+    });
+}
+
+// Forwards to do, backwards to undo; the first failure stops the group.
 bool runGroup(MGroup& g, bool redo) {
-    if ((g.bits & kValid) == 0) {
-        return false;
-    }
-    if ((g.bits & (redo ? 4 : 8)) != 0) {
-        return true;
-    }
-    const std::size_t n = g.commands.size();
-    for (std::size_t k = 0; k < n; ++k) {
-        if (!runCommand(g.commands[redo ? k : n - 1 - k], redo)) {
-            g.bits &= ~kValid;
-            return false;
+    return runOnce(g, redo, false, [&] {
+        const std::size_t n = g.commands.size();
+        for (std::size_t k = 0; k < n; ++k) {
+            if (!runCommand(g.commands[redo ? k : n - 1 - k], redo)) {
+                return false;
+            }
         }
-    }
-    mark(g.bits, redo);
-    return true;
+        return true;
+    });
 }
 
 // The reference: vectors and indices, no signals, no lists.
-class Model {
-public:
+struct Model {
     std::vector<MGroup> groups;
     std::size_t position = 0;
     int counter = 0;
@@ -104,28 +101,26 @@ public:
     int queueChanged = 0;
     int groupRemoved = 0;
     int activeRuns = 0;
-    std::vector<MCommand> deleted; // with their calls, checked to the end
+    std::vector<MCommand> deleted, taken; // deleted ones with their calls, checked to the end
 
     bool atEnd() const { return position == groups.size(); }
 
+    // The oldest group starts a step even when it is dynamic.
     int steps() const {
-        int n = 0;
-        for (std::size_t i = 0; i < groups.size(); ++i) {
-            n += i == 0 || !groups[i].dynamic;
-        }
-        return n;
+        return static_cast<int>(std::count_if(groups.begin(), groups.end(), [&](const MGroup& g) {
+            return &g == &groups.front() || !g.dynamic;
+        }));
     }
     long long bytes() const {
-        long long sum = 0;
-        for (const MGroup& g : groups) {
-            sum += g.bytes();
-        }
-        return sum;
+        return std::accumulate(groups.begin(), groups.end(), 0LL,
+                               [](long long sum, const MGroup& g) { return sum + g.bytes(); });
     }
 
-    void remove(std::size_t i) {
+    // Deleted, or taken out by the application (`take`), which deletes it later.
+    void remove(std::size_t i, bool take = false) {
         ++groupRemoved;
-        deleted.insert(deleted.end(), groups[i].commands.begin(), groups[i].commands.end());
+        std::vector<MCommand>& to = take ? taken : deleted;
+        to.insert(to.end(), groups[i].commands.begin(), groups[i].commands.end());
         groups.erase(groups.begin() + static_cast<long>(i));
         position -= position > i;
     }
@@ -166,26 +161,17 @@ public:
         if (maxGroups < 0) {
             return false;
         }
-        if (!atEnd()) {
-            while (groups.size() > position) {
-                remove(groups.size() - 1);
-            }
-            ++queueChanged;
+        queueChanged += !atEnd(); // undone groups go first
+        while (!atEnd()) {
+            remove(groups.size() - 1);
         }
-        bool stopped = false;
-        while (!groups.empty() && !stopped) {
-            const MGroup& last = groups.back();
-            stopped = (last.bits & kValid) != 0 || !last.prunable;
-            if (!stopped) {
-                remove(groups.size() - 1);
-            }
+        // Trailing invalid groups go; the signal comes only when none stops the pruning.
+        while (!groups.empty() && (groups.back().bits & kValid) == 0 && groups.back().prunable) {
+            remove(groups.size() - 1);
         }
-        queueChanged += !stopped;
+        queueChanged += groups.empty();
         enforce(true);
-        MGroup group;
-        group.id = ++counter;
-        group.dynamic = dynamic;
-        groups.push_back(group);
+        groups.emplace_back(++counter, dynamic);
         position = groups.size();
         ++queueChanged;
         return true;
@@ -194,42 +180,33 @@ public:
     // One step of groups, a group and the dynamic ones tied to it; a step without commands is
     // stepped over; a failure discards the whole history.
     bool run(bool redo) {
-        bool result = true;
+        bool ok = true;
         if (redo ? !atEnd() : position != 0) {
             ++activeRuns;
             std::size_t total = 0;
-            for (;;) {
+            do {
                 position -= !redo;
-                MGroup& g = groups[position];
-                total += g.commands.size();
-                if (!runGroup(g, redo)) {
-                    clearAll();
-                    result = false;
-                    break;
-                }
-                position += redo;
-                if (redo ? atEnd() || !groups[position].dynamic : position == 0 || !g.dynamic) {
-                    break;
-                }
+                total += groups[position].commands.size();
+                ok = runGroup(groups[position], redo);
+                position += redo && ok;
+            } while (ok && (redo ? !atEnd() : position != 0) && groups[position].dynamic);
+            if (!ok) {
+                clearAll();
             }
-            if (total == 0) {
-                result = run(redo);
+            if (total == 0) { // even after a failure (an invalid empty group)
+                ok = run(redo);
             }
         }
         ++queueChanged;
-        return result;
+        return ok;
     }
 
+    // Only at the end; a group with commands cannot go alone.
     void deleteLast() {
-        if (!atEnd() || groups.empty()) {
-            return;
+        if (atEnd() && !groups.empty()) {
+            groups.back().commands.empty() ? remove(groups.size() - 1) : clearAll();
+            ++queueChanged;
         }
-        if (!groups.back().commands.empty()) {
-            clearAll();
-        } else {
-            remove(groups.size() - 1);
-        }
-        ++queueChanged;
     }
     void associate(int first, int last) {
         bool isFirst = true;
@@ -241,13 +218,11 @@ public:
         }
         ++queueChanged;
     }
+    // Back from the position to the start of the step.
     bool reaches(int id) const {
         for (std::size_t i = position; i > 0; --i) {
-            if (groups[i - 1].id <= id) {
-                return true;
-            }
-            if (!groups[i - 1].dynamic) {
-                return false;
+            if (groups[i - 1].id <= id || !groups[i - 1].dynamic) {
+                return groups[i - 1].id <= id;
             }
         }
         return false;
@@ -256,110 +231,138 @@ public:
 
 class ManagerModelTest : public ::testing::TestWithParam<std::uint32_t> {
 protected:
+    void SetUp() override {
+        ASSERT_EQ(kyUndo::getInstalledManager(), nullptr);
+        manager_.reset(kyUndo::newManager());
+        kyUndo::installManager(manager_.get());
+        ASSERT_EQ(kyUndo::getInstalledManager(), manager_.get());
+        manager_->queueChanged.connect([this](bool value) { ++queueChanged_[value]; });
+        manager_->groupRemoved.connect([this](Group*) { ++groupRemoved_; });
+        manager_->activeChanged.connect([this](bool value) {
+            ++activeChanged_[value];
+            activeInHandlers_ = activeInHandlers_ && manager_->isActive(); // both ways
+        });
+    }
+    void TearDown() override { kyUndo::installManager(nullptr); }
+
+    // One of six objects that groups declare, or null (index 6), which never invalidates.
+    const void* object(int i) const { return i < 6 ? &objects_[i] : nullptr; }
+
+    // Each side's state as one tuple: the manager's, its signals', a group's, a command's.
     void compare(int step, int op) {
         SCOPED_TRACE("step " + std::to_string(step) + " (operation " + std::to_string(op) + ")");
         const int n = static_cast<int>(model_.groups.size());
-        ASSERT_EQ(manager_->getNumGroups(false), n);
-        ASSERT_EQ(manager_->getNumGroups(true), model_.steps());
-        ASSERT_EQ(manager_->canRedo(), !model_.atEnd());
-        ASSERT_EQ(manager_->canUndo(), model_.position != 0);
-        Group* current = manager_->getCurrentGroup();
-        ASSERT_EQ(current == nullptr ? 0 : current->getID(),
-                  model_.atEnd() ? 0 : model_.groups[model_.position].id);
+        const Group* current = manager_->getCurrentGroup();
+        ASSERT_EQ(std::make_tuple(manager_->getNumGroups(false), manager_->getNumGroups(true),
+                                  manager_->canUndo(), manager_->canRedo(),
+                                  current == nullptr ? 0 : current->getID(),
+                                  manager_->getMaxGroups(), manager_->getMaxBytes(),
+                                  manager_->isActive()),
+                  std::make_tuple(n, model_.steps(), model_.position != 0, !model_.atEnd(),
+                                  model_.atEnd() ? 0 : model_.groups[model_.position].id,
+                                  model_.maxGroups, model_.maxBytes, false));
+        // Never a false queue change; the manager is active in both active handlers.
+        ASSERT_EQ(std::make_tuple(queueChanged_[1], queueChanged_[0], groupRemoved_,
+                                  activeChanged_[1], activeChanged_[0], activeInHandlers_),
+                  std::make_tuple(model_.queueChanged, 0, model_.groupRemoved, model_.activeRuns,
+                                  model_.activeRuns, true));
         for (int i = 0; i < n; ++i) {
             const MGroup& m = model_.groups[static_cast<std::size_t>(i)];
             Group* g = manager_->getGroup(i);
-            ASSERT_NE(g, nullptr);
-            ASSERT_EQ(g->getID(), m.id) << "group " << i;
-            ASSERT_EQ(manager_->getGroup(i - n), g); // counted from the end
-            ASSERT_EQ(manager_->findGroup(m.id), g);
-            ASSERT_EQ(g->isDynamic(), m.dynamic) << "group " << i;
-            ASSERT_EQ(g->isPrunable(), m.prunable) << "group " << i;
-            ASSERT_EQ(g->stateBits(), m.bits) << "group " << i;
-            ASSERT_EQ(g->getNumCommands(), static_cast<int>(m.commands.size()));
-            ASSERT_EQ(g->getNumBytesUsed(), static_cast<int>(m.bytes()));
-            for (std::size_t k = 0; k < m.commands.size(); ++k) {
-                const MCommand& mc = m.commands[k];
-                ASSERT_EQ(g->getCommand(static_cast<int>(k))->stateBits(), mc.bits);
-                ASSERT_EQ(g->getCommand(static_cast<int>(k))->getID(), static_cast<int>(k) + 1);
-                ASSERT_EQ(mc.record->doCalls, mc.calls[1]) << "group " << i << " command " << k;
-                ASSERT_EQ(mc.record->undoCalls, mc.calls[0]);
-                ASSERT_FALSE(mc.record->deleted);
+            // The same group counted from the end and found by its id.
+            ASSERT_TRUE(g != nullptr && manager_->getGroup(i - n) == g &&
+                        manager_->findGroup(m.id) == g)
+                << "group " << i;
+            const int commands = static_cast<int>(m.commands.size());
+            ASSERT_EQ(std::make_tuple(g->getID(), g->isDynamic(), g->isPrunable(), g->stateBits(),
+                                      g->getNumBytesUsed(), g->getNumCommands()),
+                      std::make_tuple(m.id, m.dynamic, m.prunable, m.bits,
+                                      static_cast<int>(m.bytes()), commands))
+                << "group " << i;
+            ASSERT_TRUE(g->getCommand(-1) == nullptr && g->getCommand(commands) == nullptr);
+            for (int k = 0; k < commands; ++k) {
+                const MCommand& mc = m.commands[static_cast<std::size_t>(k)];
+                const kyUndo::Command* c = g->getCommand(k);
+                ASSERT_EQ(std::make_tuple(c->getID(), c->stateBits(), mc.record->undoCalls,
+                                          mc.record->doCalls, mc.record->deleted),
+                          std::make_tuple(k + 1, mc.bits, mc.calls[0], mc.calls[1], false))
+                    << "group " << i << " command " << k;
             }
         }
-        ASSERT_EQ(manager_->getGroup(n), nullptr);
-        ASSERT_EQ(manager_->getGroup(-n - 1), nullptr);
-        ASSERT_EQ(manager_->findGroup(0), nullptr);
+        ASSERT_TRUE(manager_->getGroup(n) == nullptr && manager_->getGroup(-n - 1) == nullptr &&
+                    manager_->findGroup(0) == nullptr);
         for (const MCommand& mc : model_.deleted) {
-            ASSERT_TRUE(mc.record->deleted);
-            ASSERT_EQ(mc.record->doCalls, mc.calls[1]);
-            ASSERT_EQ(mc.record->undoCalls, mc.calls[0]);
+            ASSERT_EQ(std::make_tuple(mc.record->undoCalls, mc.record->doCalls, mc.record->deleted),
+                      std::make_tuple(mc.calls[0], mc.calls[1], true));
         }
-        ASSERT_EQ(counts_.queueChanged, model_.queueChanged);
-        ASSERT_EQ(counts_.queueChangedFalse, 0);
-        ASSERT_EQ(counts_.groupRemoved, model_.groupRemoved);
-        ASSERT_EQ(counts_.activeTrue, model_.activeRuns);
-        ASSERT_EQ(counts_.activeFalse, model_.activeRuns);
-        ASSERT_TRUE(counts_.activeSeenInHandler);
-        ASSERT_FALSE(manager_->isActive());
-        ASSERT_EQ(manager_->getMaxGroups(), model_.maxGroups);
-        ASSERT_EQ(manager_->getMaxBytes(), model_.maxBytes);
     }
 
-    // Declared first so that they outlive the manager, whose destruction reaches them.
+    // Declared first so that they outlive the manager, whose destruction reaches them; groups
+    // taken out of the queue are deleted after the manager.
     std::deque<Record> records_;
-    SignalCounts counts_;
+    std::vector<std::unique_ptr<Group>> taken_;
+    int objects_[6] = {};
+    int queueChanged_[2] = {}, activeChanged_[2] = {}, groupRemoved_ = 0;
+    bool activeInHandlers_ = true;
     Model model_;
     std::unique_ptr<Manager> manager_;
 };
 
 TEST_P(ManagerModelTest, RandomHistoriesMatchTheModel) {
     kytest::Random random(GetParam());
-    manager_.reset(kyUndo::newManager());
-    counts_.attach(manager_.get());
-    int pointers[6] = {};
     // Per cent of the steps given to each operation, in the order of the switch below.
-    const int weights[] = {30, 20, 18, 4, 4, 1, 3, 3, 3, 4, 3, 3, 4, 6, 2};
-    int opCounts[15] = {};
+    const int weights[] = {30, 20, 18, 4, 4, 1, 3, 3, 3, 4, 3, 3, 4, 6, 2, 3};
+    int opCounts[16] = {};
     auto below = [&](std::size_t n) { return random.range(0, static_cast<int>(n) - 1); };
-    auto anyGroup = [&] { return below(model_.groups.size()); };
 
     for (int step = 0; step < 4000; ++step) {
         int op = 0;
-        for (int roll = random.range(0, 107); roll >= weights[op]; ++op) {
+        for (int roll = random.range(0, 110); roll >= weights[op]; ++op) {
             roll -= weights[op];
         }
         ++opCounts[op];
+        // A group of the queue for the operations on one, with its model.
+        const int i = model_.groups.empty() ? -1 : below(model_.groups.size());
+        Group* g = i < 0 ? nullptr : manager_->getGroup(i);
+        MGroup* m = i < 0 ? nullptr : &model_.groups[static_cast<std::size_t>(i)];
         switch (op) {
         case 0: {
             const bool dynamic = random.chance(25);
-            Group* g = manager_->newGroup(random.chance(70) ? "g" : nullptr, dynamic);
+            const char* name = random.chance(70) ? "g" : nullptr;
+            g = manager_->newGroup(name, dynamic);
             ASSERT_EQ(g != nullptr, model_.newGroup(dynamic));
             if (g == nullptr) {
                 break;
             }
-            MGroup& m = model_.groups.back();
-            const int commands = random.chance(15) ? 0 : random.range(1, 4);
-            for (int k = 0; k < commands; ++k) {
-                records_.emplace_back();
-                Record& r = records_.back();
-                r.bytes = random.range(1, 4) * 256;
-                r.failDo = random.chance(4);
-                r.failUndo = random.chance(4);
-                new TestCommand(&r, random.chance(50) ? "c" : nullptr, g);
-                m.commands.push_back(MCommand{&r});
+            ASSERT_STREQ(g->getName(), name);
+            m = &model_.groups.back();
+            for (int k = random.chance(15) ? 0 : random.range(1, 4); k > 0; --k) {
+                records_.push_back(
+                    Record{random.chance(4), random.chance(4), false, random.range(1, 4) * 256});
+                const bool late = random.chance(20); // made alone, added to the group after
+                auto* c = new TestCommand(&records_.back(), random.chance(50) ? "c" : nullptr,
+                                          late ? nullptr : g);
+                if (late) {
+                    ASSERT_EQ(c->getID(), 0);
+                    c->addToGroup(nullptr); // ignored
+                    g->addCommand(c);
+                }
+                c->addToGroup(manager_->getGroup(0)); // numbered already: ignored
+                m->commands.push_back(MCommand{&records_.back()});
             }
+            g->addCommand(nullptr); // ignored
             if (random.chance(30)) {
-                const int* p = &pointers[random.range(0, 5)];
-                g->declarePointer(p);
-                m.declared.insert(p);
+                const void* p = object(random.range(0, 6));
+                g->declarePointer(p); // null is ignored
+                m->declared.insert(p);
+                m->declared.erase(nullptr);
             }
             if (random.chance(5)) {
                 g->setPrunable(false);
-                m.prunable = false;
+                m->prunable = false;
             }
             if (random.chance(50)) { // the application does the group as it records it
-                ASSERT_EQ(g->doIt(), runGroup(m, true));
+                ASSERT_EQ(g->doIt(), runGroup(*m, true));
             }
             break;
         }
@@ -370,9 +373,10 @@ TEST_P(ManagerModelTest, RandomHistoriesMatchTheModel) {
             ASSERT_EQ(redo ? manager_->doIt() : manager_->undoIt(), expected) << "step " << step;
             break;
         }
-        case 3:
-            manager_->deleteLastGroup();
-            model_.deleteLast();
+        case 3: // the last group, or all
+        case 5:
+            op == 3 ? manager_->deleteLastGroup() : manager_->clearAllGroups();
+            op == 3 ? model_.deleteLast() : model_.clearAll();
             break;
         case 4: {
             const int first = random.range(model_.counter - 6, model_.counter + 1);
@@ -381,78 +385,69 @@ TEST_P(ManagerModelTest, RandomHistoriesMatchTheModel) {
             model_.associate(first, last);
             break;
         }
-        case 5:
-            manager_->clearAllGroups();
-            model_.clearAll();
-            break;
         case 6: {
-            const void* p = &pointers[random.range(0, 5)];
+            const void* p = object(random.range(0, 6));
             manager_->pointerDestroyed(p);
-            for (MGroup& g : model_.groups) {
-                g.bits &= g.declared.count(p) != 0 ? ~kValid : ~0;
+            for (MGroup& each : model_.groups) {
+                each.bits &= each.declared.count(p) != 0 ? ~kValid : ~0;
             }
             break;
         }
-        case 7: {
-            const int limit = random.chance(10) ? -1 : random.range(0, 8);
-            manager_->setMaxGroups(limit);
-            model_.setLimits(limit, model_.maxBytes);
-            break;
-        }
+        case 7: // the count limit (negative: recording off) or the memory limit
         case 8: {
-            const int limit = random.chance(20) ? 0 : random.range(1, 16) * 512;
-            manager_->setMaxBytes(limit);
-            model_.setLimits(model_.maxGroups, limit);
+            const bool count = op == 7;
+            const int limit = count ? (random.chance(10) ? -1 : random.range(0, 8))
+                                    : (random.chance(20) ? 0 : random.range(1, 16) * 512);
+            count ? manager_->setMaxGroups(limit) : manager_->setMaxBytes(limit);
+            model_.setLimits(count ? limit : model_.maxGroups, count ? model_.maxBytes : limit);
             break;
         }
         case 9: // change what a recorded command will do next time
-            if (!model_.groups.empty()) {
-                MGroup& m = model_.groups[static_cast<std::size_t>(anyGroup())];
-                if (!m.commands.empty()) {
-                    Record* r =
-                        m.commands[static_cast<std::size_t>(below(m.commands.size()))].record;
-                    r->failDo = random.chance(30);
-                    r->failUndo = random.chance(30);
-                }
+            if (m != nullptr && !m->commands.empty()) {
+                Record* r = m->commands[static_cast<std::size_t>(below(m->commands.size()))].record;
+                r->failDo = random.chance(30);
+                r->failUndo = random.chance(30);
             }
             break;
         case 10: // the application deletes a group it holds
-            if (!model_.groups.empty()) {
-                const int i = anyGroup();
-                delete manager_->getGroup(i);
-                model_.remove(static_cast<std::size_t>(i));
+        case 15: // or takes it out of the queue and owns it from then on
+            if (g != nullptr) {
+                if (op == 10) {
+                    delete g;
+                } else {
+                    manager_->removeGroup(g);
+                    manager_->removeGroup(g); // no longer in the queue: ignored
+                    taken_.emplace_back(g);
+                }
+                model_.remove(static_cast<std::size_t>(i), op == 15);
             }
             break;
         case 11: {
-            const int id = random.range(0, model_.counter + 1);
+            const int id = random.range(model_.counter - 8, model_.counter + 1); // near the end
             ASSERT_EQ(manager_->currentStepReaches(id), model_.reaches(id)) << "step " << step;
             break;
         }
+        case 12:
+            if (g != nullptr) {
+                g->stateInvalid();
+                m->bits &= ~kValid;
+            }
+            break;
         case 13: // a direct call, which runs nothing twice in a row and fails for good
-            if (!model_.groups.empty()) {
-                const int i = anyGroup();
-                MGroup& m = model_.groups[static_cast<std::size_t>(i)];
-                Group* g = manager_->getGroup(i);
+            if (g != nullptr) {
                 const bool redo = random.chance(50);
-                if (m.commands.empty() || random.chance(50)) {
-                    ASSERT_EQ(redo ? g->doIt() : g->undoIt(), runGroup(m, redo));
+                if (m->commands.empty() || random.chance(50)) {
+                    ASSERT_EQ(redo ? g->doIt() : g->undoIt(), runGroup(*m, redo));
                 } else {
-                    const int k = below(m.commands.size());
+                    const int k = below(m->commands.size());
                     kyUndo::Command* c = g->getCommand(k);
                     ASSERT_EQ(redo ? c->doIt() : c->undoIt(),
-                              runCommand(m.commands[static_cast<std::size_t>(k)], redo));
+                              runCommand(m->commands[static_cast<std::size_t>(k)], redo));
                 }
             }
             break;
         case 14:
             ASSERT_EQ(manager_->nextGroupID(), ++model_.counter); // an id for the caller
-            break;
-        default:
-            if (!model_.groups.empty()) {
-                const int i = anyGroup();
-                manager_->getGroup(i)->stateInvalid();
-                model_.groups[static_cast<std::size_t>(i)].bits &= ~kValid;
-            }
             break;
         }
         // Recording stays mostly on so that histories grow.
@@ -465,19 +460,20 @@ TEST_P(ManagerModelTest, RandomHistoriesMatchTheModel) {
             return;
         }
     }
-    for (int op = 0; op < 15; ++op) {
+    for (int op = 0; op < 16; ++op) {
         EXPECT_GT(opCounts[op], 10) << "operation " << op << " was hardly exercised";
     }
     // Undo and redo must have done real work, failures included.
     int calls[2] = {0, 0};
     manager_.reset();
+    taken_.clear(); // their manager's tracker has cut their ties to it
     for (const Record& r : records_) {
         calls[0] += r.undoCalls;
         calls[1] += r.doCalls;
         EXPECT_TRUE(r.deleted);
     }
     EXPECT_GT(std::min(calls[0], calls[1]), 500);
-    EXPECT_GT(counts_.groupRemoved, 200);
+    EXPECT_GT(groupRemoved_, 200);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, ManagerModelTest,

@@ -1,12 +1,9 @@
-// UndoTestCommands.h - commands and signal counters shared by the undo tests.
+// UndoTestCommands.h - the command shared by the undo tests.
 #ifndef KY_TESTS_UNDO_TESTCOMMANDS_H
 #define KY_TESTS_UNDO_TESTCOMMANDS_H
 
 #include <Base/Undo/kyUndoCommand.h>
 #include <Base/Undo/kyUndoGroup.h>
-#include <Base/Undo/kyUndoManager.h>
-
-#include <vector>
 
 namespace undotest {
 
@@ -31,32 +28,6 @@ struct TestCommand : kyUndo::Command {
     }
     int getNumBytesUsed() const override { return record->bytes; }
     Record* record;
-};
-
-/// Counts the emissions of a manager's three signals.
-struct SignalCounts {
-    int queueChanged = 0, queueChangedFalse = 0, activeTrue = 0, activeFalse = 0, groupRemoved = 0;
-    std::vector<int> removedIds;
-    bool activeSeenInHandler = true;
-    kyUndo::Manager* manager = nullptr;
-
-    void onQueue(bool value) { ++(value ? queueChanged : queueChangedFalse); }
-    void onActive(bool value) {
-        ++(value ? activeTrue : activeFalse);
-        if (manager != nullptr && !manager->isActive()) {
-            activeSeenInHandler = false;
-        }
-    }
-    void onRemoved(kyUndo::Group* group) {
-        ++groupRemoved;
-        removedIds.push_back(group->getID());
-    }
-    void attach(kyUndo::Manager* m) {
-        manager = m;
-        m->queueChanged.connect(this, &SignalCounts::onQueue);
-        m->activeChanged.connect(this, &SignalCounts::onActive);
-        m->groupRemoved.connect(this, &SignalCounts::onRemoved);
-    }
 };
 
 } // namespace undotest
