@@ -1,9 +1,10 @@
 // SignalModelTest.cpp - random re-entrant use of a signal checked against a reference model.
 //
-// Callbacks disconnect themselves and others, connect, block, unblock and emit again while an
-// emission runs. The same deterministic script runs once on a real signal and once on a
-// plain model (block counts by id; newest first is highest id first, walked over a snapshot),
-// and the calls and the connections left must agree after every step.
+// Callbacks disconnect themselves and others, connect (some tied to one of three trackers),
+// block, unblock, destroy a tracker (their own, perhaps) and emit again while an emission runs. The
+// same deterministic script runs once on a real signal and once on a plain model (block counts by
+// id; newest first is highest id first, walked over a snapshot), and the calls and the connections
+// left must agree after every step.
 #include <Base/RTB/kyRTBSignal.h>
 
 #include <kyTestSupport.h>
@@ -13,6 +14,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -20,7 +22,16 @@ namespace {
 
 using kyRTB::Connection;
 
-enum Action { kNothing, kDisconnectSelf, kDisconnectOther, kConnectNew, kBlock, kUnblock, kEmit };
+enum Action {
+    kNothing,
+    kDisconnectSelf,
+    kDisconnectOther,
+    kConnectNew,
+    kBlock,
+    kUnblock,
+    kDropTracker,
+    kEmit
+};
 
 struct Step {
     Action action;
@@ -40,7 +51,7 @@ Step stepFor(std::uint32_t seed, int emission, int id, int depth) {
         mix(mix(seed) ^ (static_cast<std::uint64_t>(emission) << 32 ^
                          static_cast<std::uint64_t>(id) << 8 ^ static_cast<std::uint64_t>(depth)));
     // Per cent of the calls, by action in the order of the enum; only a top-level call emits.
-    const int upTo[] = {50, 58, 68, 78, 86, 94, 100};
+    const int upTo[] = {48, 56, 66, 76, 84, 92, 95, 100};
     int action = 0;
     while (static_cast<int>(h % 100) >= upTo[action]) {
         ++action;
@@ -48,7 +59,8 @@ Step stepFor(std::uint32_t seed, int emission, int id, int depth) {
     return {action == kEmit && depth != 0 ? kNothing : static_cast<Action>(action), h >> 8};
 }
 
-// What both sides share: the live connections by id, the calls seen, the script's position.
+// What both sides share: the live connections by id, the tracker each is tied to (-1: none),
+// the calls seen, the script's position.
 template <class T>
 struct Side {
     explicit Side(std::uint32_t s) : seed(s) {}
@@ -58,10 +70,27 @@ struct Side {
     void record(int id, int depth) {
         calls.push_back(std::to_string(id) + "@" + std::to_string(depth));
     }
+    void forget(int id) {
+        live.erase(id);
+        tie.erase(id);
+    }
+    // A tracker's destruction takes its tied connections along.
+    void forgetTied(int tracker) {
+        for (int id = 1; id < nextId; ++id) {
+            if (live.count(id) != 0 && tie[id] == tracker) {
+                forget(id);
+            }
+        }
+    }
+    int tiedTo(int tracker) const {
+        return static_cast<int>(std::count_if(tie.begin(), tie.end(),
+                                              [&](const auto& e) { return e.second == tracker; }));
+    }
     std::uint32_t seed;
     int emission = 0;
     int nextId = 1;
     std::map<int, T> live;
+    std::map<int, int> tie;
     std::vector<std::string> calls;
 };
 
@@ -79,6 +108,7 @@ void perform(S& side, const Step& step, int id, const Emit& emit) {
         break;
     case kConnectNew:
         if (side.live.size() < 40) {
+            side.tie[side.nextId] = static_cast<int>(step.pick % 4) - 1;
             side.connect();
         }
         break;
@@ -87,6 +117,9 @@ void perform(S& side, const Step& step, int id, const Emit& emit) {
         break;
     case kUnblock:
         side.unblock(side.byRank(step.pick));
+        break;
+    case kDropTracker:
+        side.dropTracker(static_cast<int>(step.pick % 3));
         break;
     case kEmit:
         emit();
@@ -108,26 +141,34 @@ struct RealSide : Side<Connection*> {
         int id;
     };
     void connect() {
-        live[nextId] = signal.addCallback(new Callback(this, nextId));
-        ++nextId;
+        auto* f = new Callback(this, nextId);
+        const int t = tie[nextId];
+        live[nextId++] = t < 0 ? signal.addCallback(f) : signal.addCallback(f, *trackers[t]);
     }
     void disconnect(int id) {
-        auto it = live.find(id);
-        if (it != live.end()) {
-            signal.disconnect(it->second);
-            live.erase(it);
+        if (live.count(id) != 0) {
+            signal.disconnect(live[id]);
+            forget(id);
         }
+    }
+    void dropTracker(int t) {
+        trackers[t] = std::make_unique<kyRTB::Signal<>>();
+        forgetTied(t);
     }
     void block(int id) { signal.block(live.at(id)); }
     void unblock(int id) { signal.unblock(live.at(id)); }
     kyRTB::Signal<int> signal;
+    std::unique_ptr<kyRTB::Signal<>> trackers[3] = {std::make_unique<kyRTB::Signal<>>(),
+                                                    std::make_unique<kyRTB::Signal<>>(),
+                                                    std::make_unique<kyRTB::Signal<>>()};
 };
 
 // The model: block counts by id.
 struct ModelSide : Side<int> {
     using Side::Side;
     void connect() { live[nextId++] = 0; }
-    void disconnect(int id) { live.erase(id); }
+    void disconnect(int id) { forget(id); }
+    void dropTracker(int t) { forgetTied(t); }
     void block(int id) { live.at(id) = std::min(live.at(id) + 1, 65535); }
     void unblock(int id) { live.at(id) = std::max(live.at(id) - 1, 0); }
     // New connections go to the head and are never reached by a running walk, so walking a
@@ -163,6 +204,7 @@ TEST_P(SignalModelTest, RandomReentrantUseMatchesTheModel) {
                            : roll < 35                    ? kDisconnectOther
                            : roll < 42                    ? kBlock
                            : roll < 50                    ? kUnblock
+                           : roll < 53                    ? kDropTracker
                                                           : kEmit,
                            static_cast<std::uint64_t>(random.range(0, 1 << 20))};
         const std::size_t before = real.calls.size();
@@ -180,6 +222,10 @@ TEST_P(SignalModelTest, RandomReentrantUseMatchesTheModel) {
             EXPECT_EQ(real.signal.isBlocked(c), model.live[id] > 0);
             EXPECT_EQ(c->lockCount(), 0u);
             EXPECT_FALSE(c->isDestroyed());
+            EXPECT_EQ(c->partner() != nullptr, model.tie[id] >= 0);
+        }
+        for (int t = 0; t < 3; ++t) { // the partner ends, one per tied connection
+            EXPECT_EQ(real.trackers[t]->numConnections(), model.tiedTo(t)) << "tracker " << t;
         }
         if (HasFailure()) {
             return;
