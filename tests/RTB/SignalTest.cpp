@@ -121,8 +121,8 @@ TEST(SignalTest, LookupsAndTies) {
     Connection* member = s.connect(&x, &Receiver::onInt);
     using Member = kyRTB::FunctionArgMember<int, Receiver>;
     EXPECT_EQ(static_cast<Member*>(member->callback())->instance(), &x);
-    connectProbe(s, [&](int) { s.disconnectInstance(&x); }); // during emission
-    Connection* newest = s.connect(&x, &Receiver::onInt);    // called before the probe
+    connectProbe(s, [&](int) { s.disconnectInstance(&x); });         // during emission
+    Connection* newest = s.connect(&x, &Receiver::onInt, x.tracker); // called first
     EXPECT_EQ(s.findInstance(&x), newest);
     Connection* tied = v.connect(&x, &Receiver::onPing, x.tracker);
     EXPECT_EQ(static_cast<kyRTB::FunctionVoidMember<Receiver>*>(tied->callback())->instance(), &x);
