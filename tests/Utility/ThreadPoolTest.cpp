@@ -86,27 +86,6 @@ struct RecordingThreads : ThreadedAlg {
     int initCalls = 0, finalizeCalls = 0;
 };
 
-// Chunk c checks every total 0..1,000 split into c + 1 parts against a running sum of part
-// sizes (the first total % parts parts one larger), so the sweep itself runs on the pool.
-struct SplitSweep : ThreadedChunkAlg {
-    SplitSweep() { setNumChunks(64); }
-    void executeChunk(int chunk, int, int) override {
-        const int parts = chunk + 1;
-        for (int total = 0; total <= 1000; ++total) {
-            int begin = 0;
-            for (int p = 0; p < parts; ++p) {
-                const int size = total / parts + (p < total % parts ? 1 : 0);
-                mismatches += getBeginIndex(p, parts, total) != begin ||
-                              getEndIndex(p, parts, total) != begin + size;
-                begin += size;
-            }
-            mismatches += begin != total;
-        }
-        ++done;
-    }
-    std::atomic<int> mismatches{0}, done{0};
-};
-
 // Records the threads that call set(); the test compares them with thread 0's thread.
 struct WatchedProgress : Progress {
     void set(double value) override {
@@ -166,8 +145,7 @@ TEST_P(ThreadServices, CancellationReachesEveryThreadThroughThreadZero) {
     }
 }
 
-// Each chunk and each thread index once between initialize and finalize, nested runs included;
-// the split arithmetic runs on the pool as it checks itself.
+// Each chunk and each thread index once between initialize and finalize, nested runs included.
 TEST_P(ThreadServices, RunsCallEachChunkAndThreadOnceBetweenInitializeAndFinalize) {
     for (int chunks : {0, 1, 3, 100, 1000}) {
         RecordingChunks alg(chunks);
@@ -185,10 +163,6 @@ TEST_P(ThreadServices, RunsCallEachChunkAndThreadOnceBetweenInitializeAndFinaliz
     }
     EXPECT_EQ(ThreadPool::get().numThreads(), threads());
     EXPECT_EQ(ThreadedTask::getNumThreads(), threads());
-    SplitSweep sweep;
-    ThreadPool::get().run(sweep);
-    EXPECT_EQ(sweep.done, 64);
-    EXPECT_EQ(sweep.mismatches, 0);
     RecordingChunks outer(8, 5);
     ThreadPool::get().run(outer);
     EXPECT_EQ(outer.violations, 0);
@@ -197,15 +171,27 @@ TEST_P(ThreadServices, RunsCallEachChunkAndThreadOnceBetweenInitializeAndFinaliz
 std::atomic<int> gTasksMade{0};
 std::atomic<int> gTasksDeleted{0};
 
+// Reports cancellation exactly once, when armed.
+struct OneShotCancel : Progress {
+    bool cancelled() override { return armed.exchange(false); }
+    std::atomic<bool> armed{false};
+};
+
 // A node of a task tree: `pre` children before its own work and `post` after, down to `depth`
-// levels; it appends its events to its tree's log (one tree runs on one thread at a time).
+// levels; it appends its events to its tree's log (one tree runs on one thread at a time). With
+// `arm`, asking the root for a pre-task arms a one-shot cancellation.
 struct Node : ThreadedTask {
     Node(std::vector<int>* log, int id, int depth, int pre, int post)
         : log_(log), id_(id), depth_(depth), pre_(pre), post_(post) {
         ++gTasksMade;
     }
     ~Node() override { ++gTasksDeleted; }
-    ThreadedTask* preExecute(int i) override { return child(i, pre_, 1); }
+    ThreadedTask* preExecute(int i) override {
+        if (arm != nullptr) {
+            arm->armed = true;
+        }
+        return child(i, pre_, 1);
+    }
     void execute(int thread) override {
         log_->push_back(thread >= 0 && thread < ThreadedTaskQueue::get().numThreads() ? id_ : -1);
     }
@@ -218,6 +204,7 @@ struct Node : ThreadedTask {
     }
     std::vector<int>* log_;
     int id_, depth_, pre_, post_;
+    OneShotCancel* arm = nullptr;
 };
 
 // The order a tree's own work must happen in: pre-children, the node, post-children.
@@ -231,81 +218,46 @@ void expectedOrder(int id, int depth, int pre, int post, std::vector<int>& out) 
     }
 }
 
-struct Count : ThreadedTask {
-    explicit Count(std::atomic<int>* c) : counter(c) {}
-    void execute(int) override { ++*counter; }
-    std::atomic<int>* counter;
-};
-
-TEST_P(ThreadServices, RunsAndAddsFromSeveralApplicationThreads) {
+// Application threads run algorithms on the pool and add task trees to the queue at once; each
+// tree does its own work depth first (pre-tasks, the task, post-tasks), and every task is
+// deleted once. One root only runs its sub-tasks.
+TEST_P(ThreadServices, TaskTreesFromSeveralApplicationThreads) {
+    ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
+    EXPECT_EQ(queue.numThreads(), threads());
+    gTasksMade = gTasksDeleted = 0;
+    const int shapes[][3] = {{0, 0, 0}, {1, 1, 0}, {1, 0, 1}, {2, 2, 1}, {3, 1, 2}, {4, 1, 1}};
+    std::vector<std::vector<int>> logs(31), expected(31);
+    queue.reset();
+    queue.begin();
+    Node* root = new Node(&logs[30], 5, 1, 1, 1);
+    root->setNoExecute();
+    EXPECT_TRUE(root->getNoExecute() && queue.add(root));
     std::atomic<int> violations{0};
-    std::atomic<int> executed[3] = {{0}, {0}, {0}};
     std::vector<std::thread> callers;
     for (int c = 0; c < 3; ++c) {
         callers.emplace_back([&, c] {
-            for (int round = 0; round < 10; ++round) {
+            for (int t = c * 10; t < c * 10 + 10; ++t) {
                 RecordingChunks alg(50);
                 ThreadPool::get().run(alg);
                 violations += alg.violations + (alg.finalizeCalls != 1);
-                violations += !ThreadedTaskQueue::get().add(new Count(&executed[c]));
+                const int* s = shapes[t % 6];
+                violations += !queue.add(new Node(&logs[t], t % 6 + 1, s[0], s[1], s[2]));
             }
         });
     }
     for (std::thread& t : callers) {
         t.join();
     }
-    ThreadedTaskQueue::get().wait();
-    EXPECT_EQ(violations, 0);
-    for (const std::atomic<int>& e : executed) {
-        EXPECT_EQ(e, 10);
-    }
-}
-
-TEST_P(ThreadServices, TaskTreesRunDepthFirstAndEveryTaskIsDeletedOnce) {
-    ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
-    EXPECT_EQ(queue.numThreads(), threads());
-    gTasksMade = gTasksDeleted = 0;
-    const int shapes[][3] = {{0, 0, 0}, {1, 1, 0}, {1, 0, 1}, {2, 2, 1}, {3, 1, 2}, {4, 1, 1}};
-    std::vector<std::vector<int>> logs(25);
-    queue.reset();
-    queue.begin();
-    Node* root = new Node(&logs[24], 5, 1, 1, 1); // runs only its sub-tasks
-    root->setNoExecute();
-    EXPECT_TRUE(root->getNoExecute() && queue.add(root));
-    std::vector<std::vector<int>> expected(25);
-    expected[24] = {51, 52};
-    for (std::size_t t = 0; t < 24; ++t) {
-        const int* s = shapes[t % 6];
-        EXPECT_TRUE(queue.add(new Node(&logs[t], static_cast<int>(t % 6) + 1, s[0], s[1], s[2])));
-        expectedOrder(static_cast<int>(t % 6) + 1, s[0], s[1], s[2], expected[t]);
-    }
     queue.wait();
+    for (int t = 0; t < 30; ++t) {
+        expectedOrder(t % 6 + 1, shapes[t % 6][0], shapes[t % 6][1], shapes[t % 6][2], expected[t]);
+    }
+    expected[30] = {51, 52};
+    EXPECT_EQ(violations, 0);
     EXPECT_EQ(logs, expected);
     EXPECT_EQ(gTasksDeleted.load(), gTasksMade.load());
     EXPECT_GT(gTasksMade.load(), 100);
 }
-
-// Reports cancellation exactly once, when armed.
-struct OneShotCancel : Progress {
-    bool cancelled() override { return armed.exchange(false); }
-    std::atomic<bool> armed{false};
-};
-
-struct Parent : ThreadedTask {
-    Parent(OneShotCancel* progress, std::vector<int>* log) : progress_(progress), log_(log) {}
-    ThreadedTask* preExecute(int i) override {
-        log_->push_back(100 + i);
-        progress_->armed = true; // the first pre-task finds the queue cancelled
-        return new Node(log_, 1, 0, 0, 0);
-    }
-    void execute(int) override { log_->push_back(0); }
-    ThreadedTask* postExecute(int i) override {
-        return i == 0 ? new Node(log_, 2, 0, 0, 0) : nullptr;
-    }
-
-    OneShotCancel* progress_;
-    std::vector<int>* log_;
-};
 
 TEST_P(ThreadServices, CancelledQueueDeletesTasksUnrunUntilNoCancel) {
     ThreadedTaskQueue& queue = ThreadedTaskQueue::get();
@@ -329,7 +281,6 @@ TEST_P(ThreadServices, CancelledQueueDeletesTasksUnrunUntilNoCancel) {
     queue.setProgress(&progress);
     Node* shield = new Node(&log, 7, 0, 0, 0);
     shield->setNoCancel();
-    EXPECT_FALSE(shield->isCancellable());
     EXPECT_TRUE(queue.add(shield));
     queue.wait();
     progress.cancel();
@@ -349,13 +300,18 @@ TEST_P(ThreadServices, CancelledQueueDeletesTasksUnrunUntilNoCancel) {
     // A pre-task that finds the queue cancelled stops further pre-tasks, not the own work.
     OneShotCancel oneShot;
     log.clear();
+    gTasksMade = gTasksDeleted = 0;
     queue.reset();
     queue.setProgress(&oneShot);
     queue.begin();
-    EXPECT_TRUE(queue.add(new Parent(&oneShot, &log)));
+    Node* parent = new Node(&log, 5, 1, 2, 1);
+    parent->arm = &oneShot;
+    EXPECT_TRUE(queue.add(parent));
     queue.wait();
     queue.reset();
-    EXPECT_EQ(log, (std::vector<int>{100, 0, 2})); // pre-task 1 never asked for
+    EXPECT_EQ(log, (std::vector<int>{5, 53})); // pre-task 51 skipped, 52 never asked for
+    EXPECT_EQ(gTasksMade, 3);
+    EXPECT_EQ(gTasksDeleted, 3);
 }
 
 INSTANTIATE_TEST_SUITE_P(Threads, ThreadServices, ::testing::Values(0, 1, 2, 8),
@@ -367,55 +323,58 @@ INSTANTIATE_TEST_SUITE_P(Threads, ThreadServices, ::testing::Values(0, 1, 2, 8),
 struct Idle : ThreadedAlg {
     void execute(int, int) override {}
 };
-struct IdleChunks : ThreadedChunkAlg {
-    void executeChunk(int, int, int) override {}
-};
 
 TEST(ThreadsDefaults, SingleThreadedServicesAnswerUntilSomethingIsInstalled) {
     EXPECT_EQ(&ThreadPool::get(), &ThreadPool::getSingleThreadedPool());
-    EXPECT_EQ(ThreadPool::get().numThreads(), 1);
-    EXPECT_EQ(ThreadedTask::getNumThreads(), 1);
     EXPECT_EQ(&ThreadedTaskQueue::get(), &ThreadedTaskQueue::getSingleThreaded());
-    EXPECT_EQ(ThreadedTaskQueue::get().numThreads(), 1);
+    StdThreadPool pool(3);
+    StdTaskQueue queue(0); // below 1 counts as 1
+    ThreadPool::install(&pool);
+    ThreadedTaskQueue::install(&queue);
+    EXPECT_EQ(ThreadPool::get().numThreads() * 10 + ThreadedTaskQueue::get().numThreads(), 31);
+    ThreadPool::install(nullptr);
+    ThreadedTaskQueue::install(nullptr);
+    EXPECT_EQ(&ThreadPool::get(), &ThreadPool::getSingleThreadedPool());
+    EXPECT_EQ(&ThreadedTaskQueue::get(), &ThreadedTaskQueue::getSingleThreaded());
     ThreadedTask flags;
     flags.setNoCancel();
     flags.setNoExecute();
     const ThreadedTask flagsCopy(flags); // copies carry both flags
     EXPECT_TRUE(flagsCopy.getNoExecute() && !flagsCopy.isCancellable());
     EXPECT_TRUE(ThreadedTask().isCancellable());
-    StdThreadPool pool(3);
-    StdTaskQueue queue(0); // below 1 counts as 1
-    ThreadPool::install(&pool);
-    ThreadedTaskQueue::install(&queue);
-    EXPECT_EQ(ThreadPool::get().numThreads(), 3);
-    EXPECT_EQ(ThreadedTaskQueue::get().numThreads(), 1);
-    EXPECT_EQ(ThreadPool::getSingleThreadedPool().numThreads(), 1);
-    ThreadPool::install(nullptr);
-    ThreadedTaskQueue::install(nullptr);
-    EXPECT_EQ(&ThreadPool::get(), &ThreadPool::getSingleThreadedPool());
-    EXPECT_EQ(&ThreadedTaskQueue::get(), &ThreadedTaskQueue::getSingleThreaded());
-    // Other threads see cancellation only after thread 0 polls.
+    // Without a progress object nothing is cancelled; once latched, cancellation stays, and
+    // copies carry the progress object and the flag.
     Progress progress;
     Idle alg;
-    EXPECT_EQ(alg.getProgress(0), nullptr);
-    EXPECT_FALSE(alg.cancelled(0)); // no progress object: never cancelled
+    EXPECT_FALSE(alg.cancelled(0));
     alg.setProgress(&progress);
-    EXPECT_EQ(alg.getProgress(0), &progress);
-    EXPECT_EQ(alg.getProgress(1), nullptr);
-    alg.updateProgress(1, 0.5);
-    EXPECT_EQ(progress.value(), 0.0);
-    alg.updateProgress(0, 0.25);
-    EXPECT_EQ(progress.value(), 0.25);
+    EXPECT_EQ(alg.getProgress(1), nullptr); // other threads never see it
     progress.cancel();
-    EXPECT_FALSE(alg.cancelled(1));
     EXPECT_TRUE(alg.cancelled(0));
-    EXPECT_TRUE(alg.cancelled(1));
     progress.clearCancel();
-    EXPECT_TRUE(alg.cancelled(0)); // latched
-    Idle copy(alg);                // copies as a value: progress pointer and flag
-    EXPECT_TRUE(copy.cancelled(3));
-    EXPECT_EQ(copy.getProgress(0), &progress);
-    EXPECT_EQ(IdleChunks().getNumChunks(), 100);
+    Idle copy(alg);
+    Idle assigned;
+    assigned = alg;
+    for (Idle* a : {&alg, &copy, &assigned}) {
+        EXPECT_TRUE(a->cancelled(0) && a->cancelled(3) && a->getProgress(0) == &progress);
+    }
+}
+
+// Part p of a split gets total / parts items, the first total % parts parts one more, in order.
+TEST(ThreadsDefaults, SplitsCoverTheTotalInOrder) {
+    int mismatches = 0;
+    for (int parts = 1; parts <= 64; ++parts) {
+        for (int total = 0; total <= 1000; ++total) {
+            int begin = 0;
+            for (int p = 0; p < parts; ++p) {
+                const int size = total / parts + (p < total % parts ? 1 : 0);
+                mismatches += ThreadedAlgBase::getBeginIndex(p, parts, total) != begin ||
+                              ThreadedAlgBase::getEndIndex(p, parts, total) != begin + size;
+                begin += size;
+            }
+        }
+    }
+    EXPECT_EQ(mismatches, 0);
 }
 
 } // namespace
