@@ -1,7 +1,10 @@
 // FileTest.cpp - kyOS::File on the local disk, its status record and its error table.
 #include "FileTestSupport.h"
 
+#include <Base/OS/internal/kyOSFileCalls.h>
 #include <Base/OS/kyOSFile.h>
+#include <Base/OS/kyOSFileOps.h>
+#include <Base/OS/kyOSProtectedWrite.h>
 
 #include <kyTestProcess.h>
 #include <kyTestSupport.h>
@@ -341,34 +344,49 @@ TEST_F(FileTest, SizesBeyondFourGigabytes) {
     EXPECT_EQ(s.getSize(), size);
 }
 
+// One child without root's rights (root passes every permission test) meets root's files
+// and root's directory: the status query, opening, whole-file operations, protected writes.
 TEST_F(FileTest, PermissionsSeenByAnUnprivilegedUser) {
     if (!kytest::canDropPrivileges()) {
         GTEST_SKIP() << "needs a POSIX system and root, to check as another user";
     }
-    put(path("rootonly"), "secret");
-    std::filesystem::permissions(path("rootonly"), std::filesystem::perms::owner_read |
-                                                       std::filesystem::perms::owner_write);
-    const std::string file = path("rootonly");
+    const std::string file = path("rootonly"), src = path("src"), mine = path("mine");
+    put(file, "secret");
+    put(src, "S");
+    put(mine, "M");
+    std::filesystem::permissions(file, std::filesystem::perms::owner_read |
+                                           std::filesystem::perms::owner_write);
+    std::filesystem::permissions(src, std::filesystem::perms::all);
     const auto seen = kytest::runInChild(
         [&] {
             kyOS::FileStatus s;
             const kyUtil::Error q = kyOS::File::query(name(file), s);
-            kyOS::File f(name(file));
-            const kyUtil::Error r = f.open(kyOS::kRead);
-            kyOS::File w(name(file));
-            const kyUtil::Error wr = w.open(kyOS::kWrite);
-            kyOS::File created(name(file + ".new"));
-            const kyUtil::Error c = created.open(kyOS::kWrite | kyOS::kCreate);
+            kyOS::File r(name(file)), w(name(file)), created(name(file + ".new"));
+            const kyUtil::Error copy = kyOS::fileCopy(name(src), name(path("dst")), false);
+            const kyUtil::Error rename = kyOS::fileRename(name(mine), name(path("yours")));
+            kyOS::ProtectedWrite pw(name(file));
+            const bool init = pw.init();
             return std::to_string(q.code()) + " " + std::to_string(s.exists()) +
                    std::to_string(s.isReadable()) + std::to_string(s.isWritable()) + " " +
-                   std::to_string(r.code()) + " " + std::to_string(wr.code()) + " " +
-                   std::to_string(c.code());
+                   std::to_string(r.open(kyOS::kRead).code()) + " " +
+                   std::to_string(w.open(kyOS::kWrite).code()) + " " +
+                   std::to_string(created.open(kyOS::kWrite | kyOS::kCreate).code()) + "\n" +
+                   std::to_string(copy.code()) + "|" + text(copy) + "\n" +
+                   std::to_string(rename.code()) + "|" + text(rename) + "\n" +
+                   std::to_string(init) + " " + std::to_string(pw.getStatus()) + " " +
+                   std::to_string(pw.finalize());
         },
         true);
     ASSERT_TRUE(seen.has_value());
-    // Exists, neither readable nor writable; reading refused (6), writing refused (5), and
-    // the directory refuses a new file (5).
-    EXPECT_EQ(*seen, "0 100 6 5 5");
+    const std::string denied =
+        kyString::IString(kyOS::detail::fileCalls().runtimeErrorText(EACCES).c_str()).asMultibyte();
+    // Exists, neither readable nor writable; reading refused (6), writing refused (5), and the
+    // directory refuses a new file (5). The copy's and the rename's own codes and texts. The
+    // protected write stops at init with status 1.
+    EXPECT_EQ(*seen, "0 100 6 5 5\n1|Error copying " + src + " to " + path("dst") + ": " + denied +
+                         "\n6|A component of either path prefix deniessearch permission\n0 1 0");
+    EXPECT_TRUE(there(mine) && !there(path("dst")));
+    EXPECT_EQ(get(file), std::string("secret"));
 }
 
 TEST_F(FileTest, CEntryPoints) {

@@ -96,26 +96,6 @@ TEST(ProtectedWriteProbe, ReportsItsStrategy) {
         std::string(ok ? "ok" : "failed") + (inTmp ? " tmp" : " beside"));
 }
 
-TEST_F(ProtectedWriteTest, MainNotWritable) { // status 1 from init
-    if (!kytest::canDropPrivileges()) {
-        GTEST_SKIP() << "needs a POSIX system and root, to check as another user";
-    }
-    put(main_, "root's");
-    fs::permissions(path("tmp"), fs::perms::all); // the child may use the temp directory
-    const std::string mainName = main_;
-    const auto seen = kytest::runInChild(
-        [&] {
-            PW pw(name(mainName));
-            const bool ok = pw.init();
-            return std::to_string(ok) + " " + std::to_string(pw.getStatus()) + " " +
-                   std::to_string(pw.finalize());
-        },
-        true);
-    ASSERT_TRUE(seen.has_value());
-    EXPECT_EQ(*seen, "0 1 0");
-    EXPECT_EQ(get(main_), std::string("root's"));
-}
-
 // A temp-file maker that always hands out the same name, so a stale file can wait there.
 std::wstring gFixedTemp;
 int fixedTempFile(const std::wstring&, const std::wstring&, std::wstring& out, int* error) {
