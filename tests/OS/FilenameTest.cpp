@@ -33,42 +33,37 @@ IString native(const wchar_t* text) {
     return IString(s.c_str());
 }
 
-TEST(FilenameTest, DefaultIsEmptyWithTheNativeSeparator) {
-    const Filename f;
-    EXPECT_TRUE(f.name().isEmpty());
-    EXPECT_EQ(f.getSeparator(), Filename::separator());
-    EXPECT_TRUE(f.prefix().isEmpty());
-    EXPECT_TRUE(f.dirname().isEmpty());
-    EXPECT_TRUE(f.basename().isEmpty());
-    EXPECT_FALSE(f.isAbsolute());
-    EXPECT_EQ(f.components().size(), 5u);
-}
-
-TEST(FilenameTest, WindowsRulesThroughTheClass) {
-    const Filename f(L"C:/data//scenes/../shot.tar.gz", L'\\', PathStyle::kWindows);
-    EXPECT_EQ(f.style(), PathStyle::kWindows);
-    EXPECT_EQ(f.name().str(), L"C:\\data\\shot.tar.gz");
-    const ky::vector<IString> c = f.components();
-    ASSERT_EQ(c.size(), 5u);
-    EXPECT_EQ(c[0].str(), L"C:");
-    EXPECT_EQ(c[1].str(), L"C:\\data");
-    EXPECT_EQ(c[2].str(), L"shot.tar.gz");
-    EXPECT_EQ(c[3].str(), L"shot.tar");
-    EXPECT_EQ(c[4].str(), L"gz");
-    EXPECT_TRUE(f.isAbsolute());
+// The name and its five components (prefix, dirname, basename, trunk, suffix) under the
+// rules the object was made with.
+TEST(FilenameTest, ComponentsUnderEachStyle) {
+    const Filename win(L"C:/data//scenes/../shot.tar.gz", L'\\', PathStyle::kWindows);
+    const Filename posix(L"/usr//lib/../share/a.b", L'/', PathStyle::kPosix);
+    const Filename none;
+    const struct {
+        const Filename& f;
+        std::vector<std::wstring> parts;
+        bool absolute;
+    } cases[] = {
+        {win,
+         {L"C:\\data\\shot.tar.gz", L"C:", L"C:\\data", L"shot.tar.gz", L"shot.tar", L"gz"},
+         true},
+        {posix, {L"/usr/share/a.b", L"", L"/usr/share", L"a.b", L"a", L"b"}, true},
+        {none, {L"", L"", L"", L"", L"", L""}, false},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::wstring> got = {c.f.name().str()};
+        for (const IString& part : c.f.components()) {
+            got.push_back(part.str());
+        }
+        EXPECT_EQ(got, c.parts);
+        EXPECT_EQ(c.f.isAbsolute(), c.absolute);
+    }
+    EXPECT_EQ(win.style(), PathStyle::kWindows);
+    EXPECT_EQ(none.getSeparator(), Filename::separator());
     // "/x" is relative under Windows rules even with slash as the separator.
     EXPECT_FALSE(Filename(L"/x", L'/', PathStyle::kWindows).isAbsolute());
     EXPECT_EQ(Filename(L"a", L"b", PathStyle::kWindows).name().str(), L"a\\b");
     EXPECT_EQ(Filename(L"C:", L"x", PathStyle::kWindows).name().str(), L"C:x");
-}
-
-TEST(FilenameTest, PosixRulesThroughTheClass) {
-    const Filename f(L"/usr//lib/../share/a.b", L'/', PathStyle::kPosix);
-    EXPECT_EQ(f.name().str(), L"/usr/share/a.b");
-    EXPECT_TRUE(f.prefix().isEmpty());
-    EXPECT_EQ(f.dirname().str(), L"/usr/share");
-    EXPECT_EQ(f.baseTrunk().str(), L"a");
-    EXPECT_TRUE(f.isAbsolute());
     EXPECT_EQ(Filename(L"a", L"b", PathStyle::kPosix).name().str(), L"a/b");
 }
 
@@ -121,17 +116,19 @@ TEST(FilenameTest, StaticJoinFoldsFromTheLeft) {
 }
 
 TEST(FilenameTest, ReservedDeviceNames) {
-    using kyOS::isWindowsReservedDeviceName;
-    EXPECT_TRUE(isWindowsReservedDeviceName(Filename(IString(L"nul.txt"))));
-    EXPECT_TRUE(isWindowsReservedDeviceName(Filename(IString(L"dir/CON"))));
-    EXPECT_TRUE(isWindowsReservedDeviceName(Filename(IString(L"Com3.log"))));
-    EXPECT_TRUE(
-        isWindowsReservedDeviceName(Filename(L"C:\\out\\lpt1.dat", L'\\', PathStyle::kWindows)));
-    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L"con.tar.gz"))));
-    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L"COM0"))));
-    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L"console"))));
-    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L".nul"))));
-    EXPECT_FALSE(isWindowsReservedDeviceName(Filename()));
+    const std::pair<Filename, bool> cases[] = {
+        {Filename(IString(L"nul.txt")), true},
+        {Filename(IString(L"dir/CON")), true},
+        {Filename(IString(L"Com3.log")), true},
+        {Filename(L"C:\\out\\lpt1.dat", L'\\', PathStyle::kWindows), true},
+        {Filename(IString(L"con.tar.gz")), false}, // only the trunk counts
+        {Filename(IString(L"COM0")), false},
+        {Filename(IString(L"console")), false},
+        {Filename(IString(L".nul")), false},
+        {Filename(), false}};
+    for (const auto& [name, reserved] : cases) {
+        EXPECT_EQ(kyOS::isWindowsReservedDeviceName(name), reserved) << name.name().asUTF8();
+    }
 }
 
 TEST(FilenameTest, OverLongNamesAreKeptWhole) {
@@ -148,26 +145,27 @@ TEST(FilenameTest, OverLongNamesAreKeptWhole) {
     EXPECT_EQ(f.dirname().length(), 40u * 301u - 1u);
 }
 
+// Null input counts as empty; null output receives nothing.
 TEST(FilenameTest, NarrowHelpers) {
+    const bool win = nativeIsWindows();
+    const char* name = win ? "C:\\dir\\a.tar.gz" : "/dir/a.tar.gz";
+    const std::pair<void (*)(const char*, char*), const char*> parts[] = {
+        {kyOS_FilenamePrefix, win ? "C:" : ""},
+        {kyOS_FilenameDirname, win ? "C:\\dir" : "/dir"},
+        {kyOS_FilenameBasename, "a.tar.gz"},
+        {kyOS_FilenameBaseTrunk, "a.tar"},
+        {kyOS_FilenameBaseSuffix, "gz"}};
     char out[256];
-    const char* name = nativeIsWindows() ? "C:\\dir\\a.tar.gz" : "/dir/a.tar.gz";
-    kyOS_FilenamePrefix(name, out);
-    EXPECT_STREQ(out, nativeIsWindows() ? "C:" : "");
-    kyOS_FilenameDirname(name, out);
-    EXPECT_STREQ(out, nativeIsWindows() ? "C:\\dir" : "/dir");
-    kyOS_FilenameBasename(name, out);
-    EXPECT_STREQ(out, "a.tar.gz");
-    kyOS_FilenameBaseTrunk(name, out);
-    EXPECT_STREQ(out, "a.tar");
-    kyOS_FilenameBaseSuffix(name, out);
-    EXPECT_STREQ(out, "gz");
+    for (const auto& [part, expected] : parts) {
+        part(name, out);
+        EXPECT_STREQ(out, expected);
+        std::strcpy(out, "untouched");
+        part(nullptr, out);
+        EXPECT_STREQ(out, "");
+        part(name, nullptr);
+    }
     kyOS_FilenameJoin("a//", "b/", out);
-    EXPECT_STREQ(out, nativeIsWindows() ? "a\\b" : "a/b");
-    // Null input counts as empty; null output receives nothing.
-    std::strcpy(out, "untouched");
-    kyOS_FilenameBasename(nullptr, out);
-    EXPECT_STREQ(out, "");
-    kyOS_FilenameBasename(name, nullptr);
+    EXPECT_STREQ(out, win ? "a\\b" : "a/b");
     kyOS_FilenameJoin(nullptr, nullptr, out);
     EXPECT_STREQ(out, "");
     EXPECT_FALSE(kyOS_FilenameMakeDir(nullptr));
