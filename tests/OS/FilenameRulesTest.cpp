@@ -257,74 +257,52 @@ TEST(FilenameRulesTest, StyleConstants) {
     EXPECT_EQ(detail::resolveStyle(PathStyle::kNative), detail::nativeStyle());
 }
 
-// Replaces the full-path query with a fake and puts the native one back afterwards.
-class LongPathTest : public ::testing::Test {
-protected:
-    static int fakeFullPath(const std::wstring& name, std::wstring& out, int* error) {
-        if (fail) {
-            *error = 5;
-            return -1;
-        }
-        out = cwd + name;
-        return 0;
-    }
-    static std::wstring fakeErrorText(int error) {
-        return L"fake failure " + std::to_wstring(error);
-    }
-    void SetUp() override {
-        fail = false;
-        detail::fileCalls().fullPath = fakeFullPath;
-        detail::fileCalls().systemErrorText = fakeErrorText;
-    }
-    void TearDown() override { detail::fileCalls() = detail::nativeFileCalls(); }
+// The full-path query is a fake that puts its current directory in front, or fails with 5.
+std::wstring gCwd;
+int fakeFullPath(const std::wstring& name, std::wstring& out, int* error) {
+    out = gCwd + name;
+    *error = 5;
+    return gCwd.empty() ? -1 : 0;
+}
+std::wstring fakeErrorText(int error) {
+    return L"fake failure " + std::to_wstring(error);
+}
 
-    static bool fail;
-    static std::wstring cwd;
-};
-
-bool LongPathTest::fail = false;
-std::wstring LongPathTest::cwd;
-
-TEST_F(LongPathTest, WindowsRules) {
-    cwd = L"D:\\work\\";
-    kyString::IString out;
-    EXPECT_TRUE(kyOS::toLongPathForm(L"C:/a//b/", kWin, out).ok());
-    EXPECT_EQ(out.str(), L"\\\\?\\C:\\a\\b");
-    EXPECT_TRUE(kyOS::toLongPathForm(L"\\\\server\\share\\x", kWin, out).ok());
-    EXPECT_EQ(out.str(), L"\\\\?\\UNC\\server\\share\\x");
-    EXPECT_TRUE(kyOS::toLongPathForm(L"a/b", kWin, out).ok());
-    EXPECT_EQ(out.str(), L"\\\\?\\D:\\work\\a\\b");
-    EXPECT_TRUE(kyOS::toLongPathForm(L"C:x", kWin, out).ok()); // drive-relative: completed
-    EXPECT_EQ(out.str(), L"\\\\?\\D:\\work\\C:x");
-    // Short names get the prefix too, and so do names over the limit.
+// Windows: "\\?\" (or "\\?\UNC\") before the canonical absolute name, whatever its length;
+// POSIX: the absolute name. A relative name the system cannot complete is code 14 with the
+// system's text, and the canonical name without a prefix.
+TEST(FilenameRulesTest, LongPathForm) {
     const std::wstring longName = L"C:\\" + std::wstring(1000, L'n');
-    EXPECT_TRUE(kyOS::toLongPathForm(longName.c_str(), kWin, out).ok());
-    EXPECT_EQ(out.str(), L"\\\\?\\" + longName);
-}
-
-TEST_F(LongPathTest, SystemFailureIsCode14WithTheSystemText) {
-    fail = true;
-    kyString::IString out;
-    const kyUtil::Error e = kyOS::toLongPathForm(L"a/b", kWin, out);
-    EXPECT_EQ(e.code(), kyOS::kFileErrSyscall);
-    EXPECT_STREQ(e.message(), "fake failure 5");
-    EXPECT_EQ(out.str(), L"a\\b"); // nothing prefixed
-    // An absolute name never asks the system.
-    EXPECT_TRUE(kyOS::toLongPathForm(L"C:\\a", kWin, out).ok());
-    EXPECT_TRUE(kyOS::toLongPathForm(L"/a", kPosix, out).ok());
-    EXPECT_EQ(out.str(), L"/a");
-    const kyUtil::Error p = kyOS::toLongPathForm(L"a", kPosix, out);
-    EXPECT_EQ(p.code(), kyOS::kFileErrSyscall);
-    EXPECT_EQ(out.str(), L"a");
-}
-
-TEST_F(LongPathTest, PosixRulesGiveTheAbsolutePath) {
-    cwd = L"/home/u/";
-    kyString::IString out;
-    EXPECT_TRUE(kyOS::toLongPathForm(L"/a//b/", kPosix, out).ok());
-    EXPECT_EQ(out.str(), L"/a/b");
-    EXPECT_TRUE(kyOS::toLongPathForm(L"x/y", kPosix, out).ok());
-    EXPECT_EQ(out.str(), L"/home/u/x/y");
+    const struct {
+        PathStyle style;
+        const wchar_t* cwd; // "": the system fails
+        std::wstring name;
+        std::wstring out;
+        int code;
+    } cases[] = {
+        {kWin, L"D:\\work\\", L"C:/a//b/", L"\\\\?\\C:\\a\\b", 0},
+        {kWin, L"D:\\work\\", L"\\\\server\\share\\x", L"\\\\?\\UNC\\server\\share\\x", 0},
+        {kWin, L"D:\\work\\", L"a/b", L"\\\\?\\D:\\work\\a\\b", 0},
+        {kWin, L"D:\\work\\", L"C:x", L"\\\\?\\D:\\work\\C:x", 0}, // drive-relative: completed
+        {kWin, L"D:\\work\\", longName, L"\\\\?\\" + longName, 0},
+        {kWin, L"", L"a/b", L"a\\b", 14},
+        {kWin, L"", L"C:\\a", L"\\\\?\\C:\\a", 0}, // an absolute name never asks the system
+        {kPosix, L"/home/u/", L"/a//b/", L"/a/b", 0},
+        {kPosix, L"/home/u/", L"x/y", L"/home/u/x/y", 0},
+        {kPosix, L"", L"/a", L"/a", 0},
+        {kPosix, L"", L"a", L"a", 14},
+    };
+    detail::fileCalls().fullPath = fakeFullPath;
+    detail::fileCalls().systemErrorText = fakeErrorText;
+    for (const auto& c : cases) {
+        gCwd = c.cwd;
+        kyString::IString out;
+        const kyUtil::Error e = kyOS::toLongPathForm(c.name.c_str(), c.style, out);
+        EXPECT_EQ(out.str(), c.out) << show(c.name);
+        EXPECT_EQ(e.code(), c.code) << show(c.name);
+        EXPECT_STREQ(e.failed() ? e.message() : "", e.failed() ? "fake failure 5" : "");
+    }
+    detail::fileCalls() = detail::nativeFileCalls();
 }
 
 } // namespace
