@@ -136,95 +136,37 @@ TEST_F(FileOpsTest, RenameWithinAndAcrossDirectories) {
     EXPECT_EQ(get(path("other/exists")), std::string("one"));
 }
 
-TEST_F(FileOpsTest, RenameErrorsByNumber) {
-    // 2: the message names the target.
-    const std::string target = path("target");
-    kyUtil::Error e = kyOS::fileRename(name(path("missing")), name(target));
-    EXPECT_EQ(e.code(), kyOS::kRenameFailed);
-    EXPECT_EQ(text(e), "File or path specified by " +
-                           std::string(name(target).name().asMultibyte()) + " name not found.");
-
-    // The source stays where it is when the target's directory is missing too.
-    put(path("stay"), "S");
-    e = kyOS::fileRename(name(path("stay")), name(path("stay2")));
-    EXPECT_TRUE(e.ok());
-}
-
-int renameFailsWith(int number, int* error) {
-    *error = number;
+int gRenameError = 0;
+int renameFails(const std::wstring&, const std::wstring&, int* error) {
+    *error = gRenameError;
     return -1;
 }
 
-template <int N>
-int renameFails(const std::wstring&, const std::wstring&, int* error) {
-    return renameFailsWith(N, error);
-}
-
+// A failed rename is code 6 with a text chosen by the run-time library's error number (the
+// texts and typos callers know); the source stays.
 TEST_F(FileOpsTest, RenameMessagesForEachErrorNumber) {
     put(path("a"), "A");
-    struct Case {
-        int (*call)(const std::wstring&, const std::wstring&, int*);
-        std::string message;
+    const std::string notFound = "File or path specified by " +
+                                 std::string(name(path("b")).name().asMultibyte()) +
+                                 " name not found.";
+    const std::pair<int, std::string> cases[] = {
+        {ENOENT, notFound},
+        {EACCES, "A component of either path prefix deniessearch permission"},
+        {EINVAL, "source is a parent directory of target, or an attempt is made to rename the .  "
+                 "or ..  directory."},
+        {EBUSY, "Unkown system error."}, // any number without a text of its own
+        {ENOTEMPTY, "Unkown system error."},
     };
-    const Case cases[] = {
-        {renameFails<EACCES>, "A component of either path prefix deniessearch permission"},
-        {renameFails<EINVAL>, "source is a parent directory of target, or an attempt is made to "
-                              "rename the .  or ..  directory."},
-        {renameFails<EBUSY>, "Unkown system error."}, // any number without a text of its own
-    };
-    for (const Case& c : cases) {
-        fileCalls().rename = c.call;
+    fileCalls().rename = renameFails;
+    for (const auto& [number, message] : cases) {
+        gRenameError = number;
         const kyUtil::Error e = kyOS::fileRename(name(path("a")), name(path("b")));
         EXPECT_EQ(e.code(), kyOS::kRenameFailed);
-        EXPECT_EQ(text(e), c.message);
+        EXPECT_EQ(text(e), message) << number;
     }
+    fileCalls() = nativeFileCalls();
     EXPECT_EQ(get(path("a")), std::string("A"));
-}
-
-TEST_F(FileOpsTest, RenameRealErrors) {
-    if (filetest::onWindows()) {
-        GTEST_SKIP() << "the system's numbers for these cases are POSIX ones";
-    }
-    // Numbers without a text of their own: a directory onto a non-empty one.
-    fs::create_directories(path("full/x"));
-    fs::create_directory(path("empty"));
-    kyUtil::Error e = kyOS::fileRename(name(path("empty")), name(path("full")));
-    EXPECT_EQ(e.code(), kyOS::kRenameFailed);
-    EXPECT_EQ(text(e), "Unkown system error."); // ENOTEMPTY
-    // An over-long target name.
-    e = kyOS::fileRename(name(path("empty")), name(path(std::string(300, 'L'))));
-    EXPECT_EQ(e.code(), kyOS::kRenameFailed);
-    EXPECT_EQ(text(e), "Unkown system error."); // ENAMETOOLONG
-}
-
-TEST_F(FileOpsTest, TemporaryNames) {
-    filetest::ScopedTempDirectory tmp(dir().string());
-    const kyOS::Filename tmpDir = kyOS::getTempDirectory();
-    EXPECT_EQ(tmpDir.name(), name(dir().string()).name());
-
-    const kyOS::Filename a = kyOS::createTmpFilename(kyString::IString(L"ma"));
-    const kyOS::Filename b = kyOS::createTmpFilename(kyString::IString(L"ma"));
-    EXPECT_NE(a.name(), b.name());
-    EXPECT_EQ(a.dirname(), tmpDir.name());
-    EXPECT_EQ(a.baseSuffix(), kyString::IString(L"ma"));
-    EXPECT_EQ(a.basename().str().compare(0, 3, L"KYT"), 0);
-    EXPECT_FALSE(kyOS::doesFileExist(a)); // only the name is kept
-    const kyOS::Filename c = kyOS::createTmpFilename(kyString::IString(), L"scene");
-    EXPECT_EQ(c.basename().str().compare(0, 3, L"sce"), 0);
-    EXPECT_TRUE(c.baseSuffix().isEmpty() || filetest::onWindows());
-    EXPECT_TRUE(fs::is_empty(dir()));
-
-    char narrow[1024];
-    ASSERT_TRUE(kyOS_GetTemporaryDirectory(narrow, sizeof narrow));
-    EXPECT_STREQ(narrow, tmpDir.name().asMultibyte());
-    EXPECT_FALSE(kyOS_GetTemporaryDirectory(narrow, 2)); // does not fit
-    wchar_t wideOut[1024];
-    ASSERT_TRUE(kyOS_GetTemporaryDirectoryW(wideOut, 1024));
-    EXPECT_EQ(std::wstring(wideOut), tmpDir.name().str());
-    ASSERT_TRUE(kyOS_CreateTemporaryFileName("txt", nullptr, narrow, sizeof narrow));
-    EXPECT_EQ(kyOS::Filename(kyString::IString(narrow)).baseSuffix(), kyString::IString(L"txt"));
-    ASSERT_TRUE(kyOS_CreateTemporaryFileNameW(nullptr, L"pre", wideOut, 1024));
-    EXPECT_EQ(kyOS::Filename(kyString::IString(wideOut)).basename().str().compare(0, 3, L"pre"), 0);
+    EXPECT_EQ(text(kyOS::fileRename(name(path("missing")), name(path("b")))), notFound); // real
 }
 
 int noTempFile(const std::wstring&, const std::wstring&, std::wstring&, int* error) {
@@ -237,19 +179,45 @@ int emptyTempPath(std::wstring& out, int*) {
     return 0;
 }
 
-TEST_F(FileOpsTest, TemporaryNamesWhenTheSystemCannotHelp) {
+// Names only, in the temporary directory, distinct, with the suffix and up to three
+// characters of the prefix; when the system makes none, "<prefix><process id>_...".
+TEST_F(FileOpsTest, TemporaryNames) {
     filetest::ScopedTempDirectory tmp(dir().string());
-    fileCalls().tempFile = noTempFile;
-    const kyOS::Filename a = kyOS::createTmpFilename(kyString::IString(L"x"), L"P");
-    const kyOS::Filename b = kyOS::createTmpFilename(kyString::IString(L"x"), L"P");
+    const kyOS::Filename tmpDir = kyOS::getTempDirectory();
+    EXPECT_EQ(tmpDir.name(), name(dir().string()).name());
+    EXPECT_EQ(
+        kyOS::createTmpFilename(kyString::IString(L"ma")).basename().str().compare(0, 3, L"KYT"),
+        0);
+    const kyOS::Filename bare = kyOS::createTmpFilename(kyString::IString(), L"scene");
+    EXPECT_TRUE(bare.baseSuffix().isEmpty() || filetest::onWindows());
     const std::wstring pid = std::to_wstring(fileCalls().processId());
-    EXPECT_EQ(a.basename().str().compare(0, 1 + pid.size() + 1, L"P" + pid + L"_"), 0);
-    EXPECT_NE(a.name(), b.name());
-    EXPECT_EQ(a.baseSuffix(), kyString::IString(L"x"));
-
+    for (bool fallback : {false, true}) {
+        fileCalls().tempFile = fallback ? noTempFile : nativeFileCalls().tempFile;
+        const kyOS::Filename a = kyOS::createTmpFilename(kyString::IString(L"ma"), L"scene");
+        const kyOS::Filename b = kyOS::createTmpFilename(kyString::IString(L"ma"), L"scene");
+        EXPECT_NE(a.name(), b.name());
+        EXPECT_EQ(a.dirname(), tmpDir.name());
+        EXPECT_EQ(a.baseSuffix(), kyString::IString(L"ma"));
+        const std::wstring head = fallback ? L"scene" + pid + L"_" : L"sce";
+        EXPECT_EQ(a.basename().str().compare(0, head.size(), head), 0) << fallback;
+    }
+    EXPECT_TRUE(fs::is_empty(dir()));
     fileCalls().tempPath = emptyTempPath;
     EXPECT_EQ(kyOS::getTempDirectory().name(),
               kyString::IString(filetest::onWindows() ? L"C:\\" : L"/tmp"));
+    fileCalls() = nativeFileCalls();
+
+    char narrow[1024];
+    ASSERT_TRUE(kyOS_GetTemporaryDirectory(narrow, sizeof narrow));
+    EXPECT_STREQ(narrow, tmpDir.name().asMultibyte());
+    EXPECT_FALSE(kyOS_GetTemporaryDirectory(narrow, 2)); // does not fit
+    wchar_t wideOut[1024];
+    ASSERT_TRUE(kyOS_GetTemporaryDirectoryW(wideOut, 1024));
+    EXPECT_EQ(std::wstring(wideOut), tmpDir.name().str());
+    ASSERT_TRUE(kyOS_CreateTemporaryFileName("txt", nullptr, narrow, sizeof narrow));
+    EXPECT_EQ(kyOS::Filename(kyString::IString(narrow)).baseSuffix(), kyString::IString(L"txt"));
+    ASSERT_TRUE(kyOS_CreateTemporaryFileNameW(nullptr, L"pre", wideOut, 1024));
+    EXPECT_EQ(kyOS::Filename(kyString::IString(wideOut)).basename().str().compare(0, 3, L"pre"), 0);
 }
 
 TEST_F(FileOpsTest, NewFilenameVariants) {
