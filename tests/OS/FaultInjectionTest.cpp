@@ -89,19 +89,11 @@ struct Scenario {
     bool persistent() const { return kind == kCrash || mode == Mode::kFromThenOn; }
 
     std::string label() const {
-        const std::string when = mode == Mode::kOnce ? "once" : "from then on";
-        switch (kind) {
-        case kFail:
-            return std::string(error == ENOSPC ? "ENOSPC"
-                               : error == EIO  ? "EIO"
-                                               : "EINTR") +
-                   " " + when;
-        case kShort:
-            return "short(" + std::to_string(limit) + ") " + when;
-        case kCrash:
-            return "crash";
-        }
-        return "?";
+        return (kind == kCrash   ? "crash"
+                : kind == kShort ? "short "
+                                 : "errno ") +
+               std::to_string(kind == kShort ? limit : error) +
+               (mode == Mode::kOnce ? " once" : " from then on");
     }
 
     void arm(FaultInjector& injector, std::size_t k) const {
@@ -408,55 +400,6 @@ TEST_F(FaultInjectionTest, CopyMoveAndRenameAtEveryCall) {
 // ---------------------------------------------------------------------------------------------
 // Protected writes
 
-// One whole cycle as a caller writes it: init, the new content through kyOS::File in
-// blocks, finalize. Reports success only when all of it succeeded.
-struct CycleResult {
-    Outcome outcome;
-    fs::path temp;
-    fs::path backup;
-};
-
-CycleResult protectedWriteCycle(const fs::path& main, bool copy, const std::string& content) {
-    CycleResult result;
-    kyOS::ProtectedWrite pw(filetest::name(main));
-    if (copy) {
-        pw.useCopyStrategy();
-    }
-    bool ok = pw.init();
-    result.temp = pathOf(pw.getTempFilename());
-    result.backup = pathOf(pw.getBackupFilename());
-    if (ok) {
-        kyOS::File out(pw.getTempFilename());
-        kyUtil::Error e = out.open(kyOS::kWrite | kyOS::kCreate | kyOS::kTruncate);
-        const std::size_t kBlock = 4096;
-        for (std::size_t at = 0; e.ok() && at < content.size(); at += kBlock) {
-            const std::size_t n = std::min(kBlock, content.size() - at);
-            std::size_t put = 0;
-            e = out.write(content.data() + at, n, &put);
-            if (e.ok() && put != n) {
-                e = kyOS::File::getError(kyOS::kFileErrIO);
-            }
-        }
-        if (out.isOpen()) {
-            const kyUtil::Error closed = out.close();
-            if (e.ok()) {
-                e = closed;
-            }
-        }
-        if (e.failed()) {
-            result.outcome.message = e.message();
-            pw.invalidate();
-            ok = false;
-        }
-    }
-    const bool finalized = pw.finalize();
-    if (!finalized) {
-        result.outcome.message += " status " + std::to_string(pw.getStatus());
-    }
-    result.outcome.ok = ok && finalized;
-    return result;
-}
-
 class ProtectedWriteFaults : public FaultInjectionTest, public ::testing::WithParamInterface<bool> {
 protected:
     // The two strategies may run at once in two processes; their names must not mix.
@@ -466,13 +409,14 @@ protected:
 TEST_P(ProtectedWriteFaults, OldOrNewContentAtEveryCall) {
     const bool copy = GetParam();
     const fs::path main = work("scene.ma");
-    CycleResult last;
+    fs::path backup;
     sweep(
         copy ? "ProtectedWrite (copy)" : "ProtectedWrite (rename)",
         [&] { EXPECT_TRUE(put(main, kOld)); },
         [&] {
-            last = protectedWriteCycle(main, copy, kNew);
-            return last.outcome;
+            Outcome o;
+            o.ok = filetest::protectedWriteCycle(main, copy, kNew, 4096, &o.message, &backup);
+            return o;
         },
         [&](const Attempt& run, Problems& p) {
             std::string content;
@@ -487,7 +431,7 @@ TEST_P(ProtectedWriteFaults, OldOrNewContentAtEveryCall) {
                 // backup name; it must be complete there.
                 std::string parked;
                 p.check(run.persistent(), "main is missing after a single failure");
-                p.check(!last.backup.empty() && readBytes(last.backup, &parked) && parked == kOld,
+                p.check(!backup.empty() && readBytes(backup, &parked) && parked == kOld,
                         "main is missing and the backup does not hold the old content");
             }
             if (run.scenario != nullptr && run.scenario->kind == Scenario::kCrash) {

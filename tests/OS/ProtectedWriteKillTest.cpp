@@ -45,29 +45,6 @@ void emptyDirectory(const fs::path& dir) {
     }
 }
 
-// The cycle the child runs: init, the content through kyOS::File in 64 KiB blocks, finalize.
-bool protectedWriteCycle(const fs::path& main, bool copy, const std::string& content) {
-    kyOS::ProtectedWrite pw(filetest::name(main));
-    if (copy) {
-        pw.useCopyStrategy();
-    }
-    bool ok = pw.init();
-    if (ok) {
-        kyOS::File out(pw.getTempFilename());
-        kyUtil::Error e = out.open(kyOS::kWrite | kyOS::kCreate | kyOS::kTruncate);
-        const std::size_t kBlock = 64 * 1024;
-        for (std::size_t at = 0; e.ok() && at < content.size(); at += kBlock) {
-            e = out.write(content.data() + at, std::min(kBlock, content.size() - at), nullptr);
-        }
-        const kyUtil::Error closed = out.isOpen() ? out.close() : kyUtil::Error();
-        if (e.failed() || closed.failed()) {
-            pw.invalidate();
-            ok = false;
-        }
-    }
-    return pw.finalize() && ok;
-}
-
 // What a run found after the kill.
 enum class Found { kOld, kNew, kBackupOnly, kBroken };
 
@@ -93,8 +70,9 @@ TEST_F(ProtectedWriteKillTest, KilledAnywhereLeavesOldOrNew) {
         emptyDirectory(tmp);
         EXPECT_TRUE(put(main, oldContent));
         const auto start = std::chrono::steady_clock::now();
-        const long child = kytest::forkChild(
-            [&] { return protectedWriteCycle(main, copy == 1, newContent) ? 0 : 1; });
+        const long child = kytest::forkChild([&] {
+            return filetest::protectedWriteCycle(main, copy == 1, newContent, 64 * 1024) ? 0 : 1;
+        });
         ASSERT_GE(child, 0);
         const kytest::ChildEnd end = kytest::waitChild(child, false);
         micros[copy] = std::chrono::duration_cast<std::chrono::microseconds>(
@@ -114,8 +92,9 @@ TEST_F(ProtectedWriteKillTest, KilledAnywhereLeavesOldOrNew) {
         emptyDirectory(work);
         emptyDirectory(tmp);
         EXPECT_TRUE(put(main, oldContent));
-        const long child = kytest::forkChild(
-            [&] { return protectedWriteCycle(main, copy == 1, newContent) ? 0 : 1; });
+        const long child = kytest::forkChild([&] {
+            return filetest::protectedWriteCycle(main, copy == 1, newContent, 64 * 1024) ? 0 : 1;
+        });
         ASSERT_GE(child, 0);
         // The delay is the kill point, not a wait for anything.
         std::this_thread::sleep_for(std::chrono::microseconds(delay));
