@@ -106,22 +106,13 @@ struct LineCase {
     const char* results;
     const char* error;
     const char* rest;
+    bool noDash = false; // parsed with needLeadingDash(false)
 };
 
-void runTable(const std::vector<LineCase>& cases, bool leadingDash = true) {
-    for (const LineCase& c : cases) {
-        GetOpt g;
-        declareStandard(g);
-        g.needLeadingDash(leadingDash);
-        const Transcript t = parseAll(g, split(c.line));
-        EXPECT_EQ(t.results, c.results) << "line: " << c.line;
-        EXPECT_EQ(t.error, c.error) << "line: " << c.line;
-        EXPECT_EQ(t.rest, c.rest) << "line: " << c.line;
-    }
-}
-
-TEST(GetOptTest, OptionsAndNames) {
-    runTable({
+// Whole command lines against the standard table: the results, the error, the words left.
+TEST(GetOptTest, CommandLines) {
+    const LineCase cases[] = {
+        // Names: exact, prefixes and malformed words.
         {"-flag", "flag#0()", "", ""},
         {"--flag", "flag#0()", "", ""},
         {"-flag -flag", "flag#0() flag#0()", "", ""},
@@ -147,7 +138,82 @@ TEST(GetOptTest, OptionsAndNames) {
         {"- -flag", "", "Malformed option: no option specified: -", "-flag"},
         {"", "", "", ""},
         {" -flag", "", "Option does not exist or is ambiguous: ", "-flag"}, // an empty word
-    });
+        // Required arguments.
+        // A required argument takes any word, dashes included.
+        {"-string -flag -flag", "string#4(-flag) flag#0()", "", ""},
+        {"-string . -string [", "string#4(.) string#4([)", "", ""},
+        {"-size 640 480 -flag", "size#5(640,480) flag#0()", "", ""},
+        {"-size 640", "",
+         "Insufficient arguments when processing option: size\nUsage:\n  -size integer integer\n",
+         ""},
+        {"-size 640 x 3", "", "While processing option: -size\n  Expected an integer, got: x", "3"},
+        // Words that are not type keywords are skipped.
+        {"-comment hello -flag", "comment#11(hello) flag#0()", "", ""},
+        // Optional arguments.
+        {"-opt a", "opt#7(a)", "", ""},
+        {"-opt a 5", "opt#7(a,5)", "", ""},
+        {"-opt a 5 b -flag", "opt#7(a,5,b) flag#0()", "", ""},
+        {"-opt a -flag", "opt#7(a) flag#0()", "", ""},
+        {"-opt a 5 -flag", "opt#7(a,5) flag#0()", "", ""},
+        // A word with a leading dash ends the optional part: negative numbers included.
+        {"-opt a -5 b", "opt#7(a)", "Option does not exist or is ambiguous: -5", "b"},
+        // "." ends it too and stays for the next option, where it is no option.
+        {"-opt a . -flag", "opt#7(a)", "Malformed option: no leading dash: .", "-flag"},
+        {"-opt a x", "", "While processing option: -opt\n  Expected an integer, got: x", ""},
+        {"-opt", "",
+         "Insufficient arguments when processing option: opt\nUsage:\n  -opt string ? integer "
+         "string\n",
+         ""},
+        {"-col -flag -col no -col -- -x", "colorize#9() flag#0() colorize#9(0) colorize#9()", "",
+         "-x"},
+        // Sequences.
+        // Without brackets everything up to "." or the end, dashes included.
+        {"-seq a b -c d", "seq#6(a,b,-c,d)", "", ""},
+        {"-seq a b . -flag", "seq#6(a,b) flag#0()", "", ""},
+        {"-seq . -flag", "seq#6() flag#0()", "", ""},
+        {"-seq [ a b ] -flag", "seq#6(a,b) flag#0()", "", ""},
+        {"-seq [ ] -flag", "seq#6() flag#0()", "", ""},
+        {"-seq [ a [ b c ] d ] -flag", "seq#6(a,[,b,c,],d) flag#0()", "", ""},
+        {"-seq [ a [ b [ c ] ] d ] -flag", "seq#6(a,[,b,[,c,],],d) flag#0()", "", ""},
+        {"-seq [ [ [ x ] ] ] -flag", "seq#6([,[,x,],]) flag#0()", "", ""},
+        // "." ends the sequence at any depth; a missing "]" is no error.
+        {"-seq [ a [ b . -flag", "seq#6(a,[,b) flag#0()", "", ""},
+        {"-seq [ a [ b", "seq#6(a,[,b)", "", ""},
+        // Words before the bracket belong to the sequence; after the closing one they do not.
+        {"-seq a [ b ] -flag", "seq#6(a,b) flag#0()", "", ""},
+        {"-seq a ] b", "", "While processing option: -seq\n  Too many ']' characters", ""},
+        {"-seq [ a ] ] -flag", "seq#6(a)", "] encountered outside of a sequence.", "-flag"},
+        {"-seq", "",
+         "Insufficient arguments when processing option: seq\nUsage:\n  -seq sequence\n", ""},
+        {"-pair [ a b ] c -flag", "pair#10(a,b,c) flag#0()", "", ""},
+        {"-pair a b . c", "pair#10(a,b,c)", "", ""},
+        {"-pair a b", "",
+         "Insufficient arguments when processing option: pair\nUsage:\n  -pair sequence string\n",
+         ""},
+        // "--" ends the options, except where an argument takes it.
+        {"--", "", "", ""},
+        {"-flag -- -b x", "flag#0()", "", "-b x"},
+        {"-- -flag", "", "", "-flag"},
+        {"-string -- -flag", "string#4(--) flag#0()", "", ""},
+        {"-seq a -- b", "seq#6(a,--,b)", "", ""},
+        // Without a leading dash.
+        {"flag -flag --flag", "flag#0() flag#0() flag#0()", "", "", true},
+        {"size 1 2 col", "size#5(1,2) colorize#9()", "", "", true},
+        {"opt a flag", "", "While processing option: -opt\n  Expected an integer, got: flag", "",
+         true},
+        {"[", "", "Option does not exist or is ambiguous: [", "", true},
+        {"nope", "", "Option does not exist or is ambiguous: nope", "", true},
+        {"flag -- flag", "flag#0()", "", "flag", true},
+    };
+    for (const LineCase& c : cases) {
+        GetOpt g;
+        declareStandard(g);
+        g.needLeadingDash(!c.noDash);
+        const Transcript t = parseAll(g, split(c.line));
+        EXPECT_EQ(t.results, c.results) << "line: " << c.line;
+        EXPECT_EQ(t.error, c.error) << "line: " << c.line;
+        EXPECT_EQ(t.rest, c.rest) << "line: " << c.line;
+    }
 }
 
 // Numbers and booleans are judged by their leading characters; a refused word is consumed.
@@ -189,94 +255,6 @@ TEST(GetOptTest, ArgumentWords) {
             EXPECT_EQ(t.rest, "-flag");
         }
     }
-}
-
-TEST(GetOptTest, StringsAndCounts) {
-    runTable({
-        // A required argument takes any word, dashes included.
-        {"-string -flag -flag", "string#4(-flag) flag#0()", "", ""},
-        {"-string . -string [", "string#4(.) string#4([)", "", ""},
-        {"-size 640 480 -flag", "size#5(640,480) flag#0()", "", ""},
-        {"-size 640", "",
-         "Insufficient arguments when processing option: size\nUsage:\n  -size integer integer\n",
-         ""},
-        {"-size 640 x 3", "", "While processing option: -size\n  Expected an integer, got: x", "3"},
-        // Words that are not type keywords are skipped.
-        {"-comment hello -flag", "comment#11(hello) flag#0()", "", ""},
-    });
-}
-
-TEST(GetOptTest, OptionalArguments) {
-    runTable({
-        {"-opt a", "opt#7(a)", "", ""},
-        {"-opt a 5", "opt#7(a,5)", "", ""},
-        {"-opt a 5 b -flag", "opt#7(a,5,b) flag#0()", "", ""},
-        {"-opt a -flag", "opt#7(a) flag#0()", "", ""},
-        {"-opt a 5 -flag", "opt#7(a,5) flag#0()", "", ""},
-        // A word with a leading dash ends the optional part: negative numbers included.
-        {"-opt a -5 b", "opt#7(a)", "Option does not exist or is ambiguous: -5", "b"},
-        // "." ends it too and stays for the next option, where it is no option.
-        {"-opt a . -flag", "opt#7(a)", "Malformed option: no leading dash: .", "-flag"},
-        {"-opt a x", "", "While processing option: -opt\n  Expected an integer, got: x", ""},
-        {"-opt", "",
-         "Insufficient arguments when processing option: opt\nUsage:\n  -opt string ? integer "
-         "string\n",
-         ""},
-        {"-col -flag -col no -col -- -x", "colorize#9() flag#0() colorize#9(0) colorize#9()", "",
-         "-x"},
-    });
-}
-
-TEST(GetOptTest, Sequences) {
-    runTable({
-        // Without brackets everything up to "." or the end, dashes included.
-        {"-seq a b -c d", "seq#6(a,b,-c,d)", "", ""},
-        {"-seq a b . -flag", "seq#6(a,b) flag#0()", "", ""},
-        {"-seq . -flag", "seq#6() flag#0()", "", ""},
-        {"-seq [ a b ] -flag", "seq#6(a,b) flag#0()", "", ""},
-        {"-seq [ ] -flag", "seq#6() flag#0()", "", ""},
-        {"-seq [ a [ b c ] d ] -flag", "seq#6(a,[,b,c,],d) flag#0()", "", ""},
-        {"-seq [ a [ b [ c ] ] d ] -flag", "seq#6(a,[,b,[,c,],],d) flag#0()", "", ""},
-        {"-seq [ [ [ x ] ] ] -flag", "seq#6([,[,x,],]) flag#0()", "", ""},
-        // "." ends the sequence at any depth; a missing "]" is no error.
-        {"-seq [ a [ b . -flag", "seq#6(a,[,b) flag#0()", "", ""},
-        {"-seq [ a [ b", "seq#6(a,[,b)", "", ""},
-        // Words before the bracket belong to the sequence; after the closing one they do not.
-        {"-seq a [ b ] -flag", "seq#6(a,b) flag#0()", "", ""},
-        {"-seq a ] b", "", "While processing option: -seq\n  Too many ']' characters", ""},
-        {"-seq [ a ] ] -flag", "seq#6(a)", "] encountered outside of a sequence.", "-flag"},
-        {"-seq", "",
-         "Insufficient arguments when processing option: seq\nUsage:\n  -seq sequence\n", ""},
-        {"-pair [ a b ] c -flag", "pair#10(a,b,c) flag#0()", "", ""},
-        {"-pair a b . c", "pair#10(a,b,c)", "", ""},
-        {"-pair a b", "",
-         "Insufficient arguments when processing option: pair\nUsage:\n  -pair sequence string\n",
-         ""},
-    });
-}
-
-TEST(GetOptTest, DoubleDashEndsTheOptions) {
-    runTable({
-        {"--", "", "", ""},
-        {"-flag -- -b x", "flag#0()", "", "-b x"},
-        {"-- -flag", "", "", "-flag"},
-        {"-string -- -flag", "string#4(--) flag#0()", "", ""},
-        {"-seq a -- b", "seq#6(a,--,b)", "", ""},
-    });
-}
-
-TEST(GetOptTest, WithoutLeadingDash) {
-    runTable(
-        {
-            {"flag -flag --flag", "flag#0() flag#0() flag#0()", "", ""},
-            {"size 1 2 col", "size#5(1,2) colorize#9()", "", ""},
-            {"opt a flag", "", "While processing option: -opt\n  Expected an integer, got: flag",
-             ""},
-            {"[", "", "Option does not exist or is ambiguous: [", ""},
-            {"nope", "", "Option does not exist or is ambiguous: nope", ""},
-            {"flag -- flag", "flag#0()", "", "flag"},
-        },
-        false);
 }
 
 // An error stops parsing until resetError; its text stays readable until the next getOpt.

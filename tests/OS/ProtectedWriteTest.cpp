@@ -114,18 +114,13 @@ int unlinkRefusesStale(const std::wstring& name, int* error) {
     return nativeFileCalls().unlink(name, error);
 }
 
-int renameRefusesMain(const std::wstring& from, const std::wstring& to, int* error) {
-    if (from.size() >= 8 && from.compare(from.size() - 8, 8, L"scene.ma") == 0) {
-        *error = EACCES;
-        return -1;
-    }
-    return nativeFileCalls().rename(from, to, error);
-}
-
-int renameRefusesToMain(const std::wstring& from, const std::wstring& to, int* error) {
-    if (to.size() >= 8 && to.compare(to.size() - 8, 8, L"scene.ma") == 0 &&
-        from.find(L".0.tmp") != std::wstring::npos) {
-        *error = EIO;
+// Renames away from main (or, with gIntoMain, onto it from the temp) are refused.
+bool gIntoMain = false;
+int renameRefused(const std::wstring& from, const std::wstring& to, int* error) {
+    const std::wstring& end = gIntoMain ? to : from;
+    if (end.size() >= 8 && end.compare(end.size() - 8, 8, L"scene.ma") == 0 &&
+        (!gIntoMain || from.find(L".0.tmp") != std::wstring::npos)) {
+        *error = gIntoMain ? EIO : EACCES;
         return -1;
     }
     return nativeFileCalls().rename(from, to, error);
@@ -140,10 +135,12 @@ void staleTempCannotGo() {
     fileCalls().unlink = unlinkRefusesStale;
 }
 void mainCannotMoveAside() {
-    fileCalls().rename = renameRefusesMain;
+    gIntoMain = false;
+    fileCalls().rename = renameRefused;
 }
 void newCannotTakeMainsPlace() {
-    fileCalls().rename = renameRefusesToMain;
+    gIntoMain = true;
+    fileCalls().rename = renameRefused;
 }
 
 // One whole cycle per case, each in its own directory: init, the new content (or none),
@@ -215,39 +212,32 @@ TEST_F(ProtectedWriteTest, EveryOutcomeOfACycle) {
     EXPECT_FALSE(fs::exists(path("6/no")));
 }
 
-TEST_F(ProtectedWriteTest, FinalizeWithoutInitTouchesNothing) {
+// Finalize without init touches nothing; copies carry every field, "initialised" included;
+// the destructor deletes a temp that was never finalized.
+TEST_F(ProtectedWriteTest, CopiesAndTheObjectsLife) {
     put(main_, "kept");
-    PW pw(name(main_));
-    EXPECT_TRUE(pw.finalize());
-    EXPECT_EQ(pw.getStatus(), PW::kOk);
+    PW idle(name(main_));
+    EXPECT_TRUE(idle.finalize() && idle.getStatus() == PW::kOk);
     EXPECT_EQ(get(main_), std::string("kept"));
-}
-
-TEST_F(ProtectedWriteTest, CopiesCopyEveryField) {
-    PW pw(name(main_));
-    ASSERT_TRUE(pw.init());
-    PW copy(pw);
-    EXPECT_EQ(copy.getTempFilename().name(), pw.getTempFilename().name());
-    EXPECT_EQ(copy.getBackupFilename().name(), pw.getBackupFilename().name());
-    writeTemp(pw, "via copy");
-    ASSERT_TRUE(copy.finalize()); // initialised travels with the copy
-    EXPECT_EQ(get(main_), std::string("via copy"));
-    PW assigned(name(path("other")));
-    assigned = pw;
-    EXPECT_EQ(assigned.getMainFilename().name(), name(main_).name());
-}
-
-TEST_F(ProtectedWriteTest, DestructorDeletesAnAbandonedTemp) {
     std::string temp;
     {
         PW pw(name(main_));
         ASSERT_TRUE(pw.init());
-        writeTemp(pw, "abandoned");
-        temp = pw.getTempFilename().name().asMultibyte();
+        PW copy(pw), assigned(name(path("other")));
+        assigned = pw;
+        EXPECT_EQ(assigned.getMainFilename().name(), name(main_).name());
+        EXPECT_EQ(assigned.getBackupFilename().name(), pw.getBackupFilename().name());
+        writeTemp(pw, "via copy");
+        ASSERT_TRUE(copy.finalize());
+        EXPECT_EQ(get(main_), std::string("via copy"));
+        PW abandoned(name(main_));
+        ASSERT_TRUE(abandoned.init());
+        writeTemp(abandoned, "abandoned");
+        temp = abandoned.getTempFilename().name().asMultibyte();
         EXPECT_TRUE(there(temp));
     }
     EXPECT_FALSE(there(temp));
-    EXPECT_FALSE(there(main_));
+    EXPECT_EQ(get(main_), std::string("via copy"));
 }
 
 } // namespace
