@@ -162,7 +162,7 @@ TEST_F(FileTest, OpenErrorsCarryTheTableCodes) {
     // A path through a plain file.
     kyOS::File through(name(path("plain") + "/inner"));
     const kyUtil::Error e = through.open(kyOS::kRead);
-    EXPECT_EQ(e.code(), filetest::onWindows() ? 18 : 10) << text(e);
+    EXPECT_EQ(e.code(), kytest::onWindows() ? 18 : 10) << text(e);
     // An over-long name is refused before the system is asked.
     kyOS::File longName(name(path(std::string(kyOS::Filename::maxLength() + 1, 'n'))));
     EXPECT_EQ(longName.open(kyOS::kRead).code(), kyOS::kFileErrPathTooLong);
@@ -319,7 +319,7 @@ TEST_F(FileTest, QueryWithOwnerNamesTheAccount) {
     kyOS::FileStatus s;
     ASSERT_TRUE(f.query(s, true).ok());
     EXPECT_TRUE(s.exists());
-    if (filetest::onWindows()) {
+    if (kytest::onWindows()) {
         GTEST_SKIP() << "account names under Wine are the emulator's own";
     }
     EXPECT_FALSE(s.getOwner().isEmpty());
@@ -330,7 +330,7 @@ TEST_F(FileTest, QueryWithOwnerNamesTheAccount) {
 }
 
 TEST_F(FileTest, SizesBeyondFourGigabytes) {
-    if (filetest::onWindows()) {
+    if (kytest::onWindows()) {
         GTEST_SKIP() << "a sparse file of 5 GiB is not sparse everywhere under Wine";
     }
     kyOS::File f(name(path("big")));

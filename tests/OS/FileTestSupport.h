@@ -20,10 +20,6 @@
 
 namespace filetest {
 
-inline bool onWindows() {
-    return kyOS::Filename::separator() == L'\\';
-}
-
 inline kyString::IString wide(const std::string& narrow) {
     return kyString::IString(narrow.c_str());
 }

@@ -73,7 +73,7 @@ TEST_F(ProtectedWriteTest, NamesBesideMainOrInTheTemporaryDirectory) {
 // The variable is read once per process, so a fresh process of this test program answers:
 // it runs the probe below with the variable set and reports where its names went.
 TEST_F(ProtectedWriteTest, EnvironmentChoosesTheCopyStrategy) {
-    if (filetest::onWindows()) {
+    if (kytest::onWindows()) {
         GTEST_SKIP() << "starts this program again through /proc/self/exe";
     }
     const std::string command =

@@ -146,26 +146,17 @@ TEST_F(SearchPathTest, FindFileIntoAResult) {
     EXPECT_EQ(out, at(L"two\\b.txt"));
 }
 
-TEST_F(SearchPathTest, NoFallBackToTheCurrentDirectory) {
-    Filename saved;
-    saved.getCwd();
-    ASSERT_TRUE(Filename(at(L"three")).setCwd());
-    SearchPath path;
-    ASSERT_TRUE(path.addDirectoryToPath(at(L"one")));
-    const IString found = path.findFile(L"c.txt");
-    ASSERT_TRUE(saved.setCwd());
-    EXPECT_TRUE(found.isEmpty());
-}
-
-TEST_F(SearchPathTest, ActLikeShellTestsNamesWithADirectoryPart) {
+// The current directory is no fallback for a plain name; a name with a directory part is
+// tested as it is (relative to the current directory) while acting like a shell, and
+// searched for otherwise.
+TEST_F(SearchPathTest, CurrentDirectoryAndNamesWithADirectoryPart) {
     SearchPath path;
     ASSERT_TRUE(path.addDirectoryToPath(at(L"two")));
     const IString relative = IString(L"sub") + IString(Filename::separator()) + IString(L"c.txt");
-    // With a directory part the name is tested as it is (relative to the current
-    // directory), not searched for.
     Filename saved;
     saved.getCwd();
     ASSERT_TRUE(Filename(at(L"three")).setCwd());
+    const IString plain = path.findFile(L"c.txt");
     const IString asShell = path.findFile(relative);
     path.actLikeShell(false);
     const IString searched = path.findFile(relative);
@@ -173,7 +164,7 @@ TEST_F(SearchPathTest, ActLikeShellTestsNamesWithADirectoryPart) {
     path.actLikeShell(true);
     const IString inPlace = path.findFile(relative);
     ASSERT_TRUE(saved.setCwd());
-    EXPECT_TRUE(asShell.isEmpty());
+    EXPECT_TRUE(plain.isEmpty() && asShell.isEmpty());
     EXPECT_EQ(searched, at(L"two\\sub\\c.txt"));
     EXPECT_EQ(inPlace, relative); // the name unchanged
 }
