@@ -134,11 +134,7 @@ struct Outcome {
 };
 
 Outcome outcomeOf(const kyUtil::Error& e) {
-    Outcome o;
-    o.ok = e.ok();
-    o.code = e.code();
-    o.message = e.message();
-    return o;
+    return Outcome{e.ok(), e.code(), e.message()};
 }
 
 // What a check is told about the run it judges.
@@ -152,21 +148,11 @@ struct Attempt {
     bool faultAt(FileCall c) const { return scenario != nullptr && call == c; }
 };
 
-// Collects what is wrong with one run.
-class Problems {
-public:
-    void add(const std::string& what) { text_ += (text_.empty() ? "" : "; ") + what; }
-    void check(bool condition, const std::string& what) {
-        if (!condition) {
-            add(what);
-        }
-    }
-    bool empty() const { return text_.empty(); }
-    const std::string& text() const { return text_; }
-
-private:
-    std::string text_;
-};
+// What is wrong with one run, "; "-separated.
+using Problems = std::string;
+void require(Problems& p, bool condition, const std::string& what) {
+    p += condition ? "" : (p.empty() ? "" : "; ") + what;
+}
 
 // ---------------------------------------------------------------------------------------------
 // The fixture: three private directories, the temporary directory among them
@@ -241,7 +227,7 @@ protected:
                     bool persistent) const {
         for (const std::string& name : namesIn(d)) {
             if (allowed.count(name) == 0 && !(persistent && ours(name))) {
-                p.add("left behind: " + (d / name).string());
+                require(p, false, "left behind: " + (d / name).string());
             }
         }
     }
@@ -252,7 +238,7 @@ protected:
         const fs::path fallback = fallbackTempDirectory();
         for (const std::string& name : namesIn(fallback)) {
             if (ours(name) && !persistent) {
-                p.add("left behind: " + (fallback / name).string());
+                require(p, false, "left behind: " + (fallback / name).string());
             }
         }
     }
@@ -274,7 +260,7 @@ protected:
         {
             Problems p;
             check(plain, p);
-            ASSERT_TRUE(p.empty()) << what << " without faults: " << p.text();
+            ASSERT_TRUE(p.empty()) << what << " without faults: " << p;
         }
         ASSERT_EQ(kytest::countOpenDescriptors(), descriptors);
         ASSERT_GT(calls.size(), 0u);
@@ -296,13 +282,13 @@ protected:
                 reportedFailures += run.outcome.ok ? 0 : 1;
                 Problems p;
                 if (s.mustSucceed()) {
-                    p.check(run.outcome.ok, "not absorbed: " + run.outcome.message);
+                    require(p, run.outcome.ok, "not absorbed: " + run.outcome.message);
                 }
                 check(run, p);
-                p.check(kytest::countOpenDescriptors() == before, "a descriptor was left open");
+                require(p, kytest::countOpenDescriptors() == before, "a descriptor was left open");
                 if (!p.empty()) {
                     ADD_FAILURE() << what << ", " << s.label() << " at call " << k << " ("
-                                  << FaultInjector::name(calls[k - 1]) << "): " << p.text()
+                                  << FaultInjector::name(calls[k - 1]) << "): " << p
                                   << "\n  reported: " << (run.outcome.ok ? "success" : "failure ")
                                   << run.outcome.message << "\n  calls: " << callList;
                     break; // the first failing K of a fault says enough
@@ -369,21 +355,23 @@ TEST_F(FaultInjectionTest, CopyMoveAndRenameAtEveryCall) {
                 const bool hasSource = readBytes(from, &source);
                 const bool hasTarget = readBytes(to, &target);
                 const bool persistent = run.persistent() && !o.single;
-                p.check(!hasSource || source == kOld, "the source changed");
-                p.check(hasSource || o.movesSource, "a copy lost its source");
-                p.check(!o.single || hasSource != hasTarget, "the data under both names or none");
+                require(p, !hasSource || source == kOld, "the source changed");
+                require(p, hasSource || o.movesSource, "a copy lost its source");
+                require(p, !o.single || hasSource != hasTarget,
+                        "the data under both names or none");
                 if (run.outcome.ok) {
-                    p.check(hasTarget && target == kOld, "success without the complete data");
-                    p.check(!hasSource || !o.movesSource || persistent ||
+                    require(p, hasTarget && target == kOld, "success without the complete data");
+                    require(p,
+                            !hasSource || !o.movesSource || persistent ||
                                 run.faultAt(FileCall::kUnlink),
                             "the source survived a move whose delete did not fail");
                 } else {
-                    p.check(run.outcome.code >= o.codeLo && run.outcome.code <= o.codeHi,
+                    require(p, run.outcome.code >= o.codeLo && run.outcome.code <= o.codeHi,
                             "unexpected code " + std::to_string(run.outcome.code));
-                    p.check(o.codeLo != 1 || startsWith(run.outcome.message, "Error copying "),
+                    require(p, o.codeLo != 1 || startsWith(run.outcome.message, "Error copying "),
                             "unexpected message");
-                    p.check(hasSource, "a failed operation lost its source");
-                    p.check(persistent || !hasTarget || (o.occupied && target == kNew),
+                    require(p, hasSource, "a failed operation lost its source");
+                    require(p, persistent || !hasTarget || (o.occupied && target == kNew),
                             "a failed operation left a partial or new target");
                 }
                 for (const fs::path& d : {work_, other_}) {
@@ -425,16 +413,16 @@ TEST_P(ProtectedWriteFaults, OldOrNewContentAtEveryCall) {
             std::string content;
             const bool hasMain = readBytes(main, &content);
             if (run.outcome.ok) {
-                p.check(hasMain && content == kNew, "success without the new content");
+                require(p, hasMain && content == kNew, "success without the new content");
             }
             if (hasMain) {
-                p.check(content == kOld || content == kNew, "main holds neither old nor new");
+                require(p, content == kOld || content == kNew, "main holds neither old nor new");
             } else {
                 // Only when nothing could be cleaned up may the old content wait at the
                 // backup name; it must be complete there.
                 std::string parked;
-                p.check(run.persistent(), "main is missing after a single failure");
-                p.check(!backup.empty() && readBytes(backup, &parked) && parked == kOld,
+                require(p, run.persistent(), "main is missing after a single failure");
+                require(p, !backup.empty() && readBytes(backup, &parked) && parked == kOld,
                         "main is missing and the backup does not hold the old content");
             }
             if (run.scenario != nullptr && run.scenario->kind == Scenario::kCrash) {
