@@ -305,11 +305,7 @@ TEST(GetOptTest, InitializeForms) {
     g.initialize(4, wide);
     EXPECT_EQ(g.getResultArg(g.getOpt(), 0).str(), L"caf\u00e9");
     EXPECT_EQ(g.getResultIndex(g.getOpt()), 0) << "null entries are skipped";
-    ky::vector<IString> words;
-    for (const wchar_t* w : {L"-size", L"3", L"4"}) {
-        words.push_back(IString(w));
-    }
-    g.initialize(words);
+    g.initialize(ky::vector<IString>{IString(L"-size"), IString(L"3"), IString(L"4")});
     ky::vector<IString> args;
     g.getResultArgs(g.getOpt(), args);
     ASSERT_EQ(args.size(), 2u);
@@ -363,8 +359,7 @@ TEST(GetOptTest, DeclaringOptions) {
     EXPECT_EQ(g.getResultName(nullptr), "");
     EXPECT_EQ(g.getResultIndex(nullptr), -1);
     EXPECT_EQ(g.getNumArguments(nullptr), 0);
-    ky::vector<IString> args;
-    args.push_back(IString(L"old"));
+    ky::vector<IString> args{IString(L"old")};
     g.getResultArgs(nullptr, args);
     EXPECT_TRUE(args.empty());
     const char* words[] = {"-v", "7"};

@@ -75,9 +75,7 @@ TEST(UuidTest, ComparesMemoryBytes) {
     const unsigned int one[4] = {1, 0, 0, 0};
     const unsigned int twoFiftySix[4] = {256, 0, 0, 0};
     const unsigned int probe = 1;
-    unsigned char first;
-    std::memcpy(&first, &probe, 1);
-    if (first != 1) {
+    if (*reinterpret_cast<const unsigned char*>(&probe) != 1) {
         GTEST_SKIP() << "the expectation below is for little-endian machines";
     }
     // In memory 01 00 .. against 00 01 ..: the numerically smaller word sorts after.
