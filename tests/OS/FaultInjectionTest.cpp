@@ -19,17 +19,13 @@
 #include "FileTestSupport.h"
 #include <kyTestSupport.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <set>
-#include <sstream>
 #include <string>
 #include <system_error>
 #include <vector>

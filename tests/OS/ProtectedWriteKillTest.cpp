@@ -13,18 +13,12 @@
 #include "FileTestSupport.h"
 #include <kyTestSupport.h>
 
-#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
-#include <random>
 #include <string>
 #include <system_error>
 #include <thread>
-#include <vector>
 
 #include <gtest/gtest.h>
 

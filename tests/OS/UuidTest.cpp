@@ -32,32 +32,26 @@ TEST(UuidTest, TextWordsAndBytes) {
     }
 }
 
+// Exactly 35 characters: hexadecimal digits in either case with "-" at 8, 17 and 26, not all
+// zero. Every single character replaced by one that does not belong there is refused.
 TEST(UuidTest, ParserAcceptsExactlyTheTextForm) {
-    struct Case {
-        const char* text;
-        bool valid;
+    const auto valid = [](const std::string& text) {
+        return kyOS::Uuid(kyString::CString(text.c_str())).valid();
     };
-    const Case cases[] = {
-        {"0000000a-0000000b-0000000c-0000000d", true},
-        {"0000000A-0000000B-0000000C-0000000D", true}, // upper case accepted
-        {"DeadBeef-01234567-89abcdef-FFFFFFFF", true},
-        {"0000000a-0000000b-0000000c-0000000d0", false}, // 36 characters
-        {"0000000a-0000000b-0000000c-0000000", false},   // 34 characters
-        {"", false},
-        {"0000000a_0000000b-0000000c-0000000d", false}, // separator at 8
-        {"0000000a-0000000b_0000000c-0000000d", false}, // separator at 17
-        {"0000000a-0000000b-0000000c_0000000d", false}, // separator at 26
-        {"0000000g-0000000b-0000000c-0000000d", false}, // not hexadecimal
-        {"0000000a-000000xb-0000000c-0000000d", false},
-        {"0000000a-0000000b-0000000c-000000 d", false},
-        {"+000000a-0000000b-0000000c-0000000d", false}, // a sign is not a digit
-        {"0x00000a-0000000b-0000000c-0000000d", false}, // nor is a prefix
-        {" 000000a-0000000b-0000000c-0000000d", false},
-        {"0000000a-0000000b-0000000c--000000d", false},
-        {"00000000-00000000-00000000-00000000", false}, // parses, but all zero is invalid
-    };
-    for (const Case& c : cases) {
-        EXPECT_EQ(kyOS::Uuid(kyString::CString(c.text)).valid(), c.valid) << c.text;
+    const std::string good = "0000000a-0000000b-0000000c-0000000d";
+    EXPECT_TRUE(valid(good) && valid("0000000A-0000000B-0000000C-0000000D") &&
+                valid("DeadBeef-01234567-89abcdef-FFFFFFFF"));
+    for (std::size_t i = 0; i < good.size(); ++i) {
+        for (char bad : {'g', 'x', '+', ' ', '_', good[i] == '-' ? '0' : '-'}) {
+            std::string text = good;
+            text[i] = bad;
+            EXPECT_FALSE(valid(text)) << text;
+        }
+    }
+    for (const char* text :
+         {"0000000a-0000000b-0000000c-0000000d0", "0000000a-0000000b-0000000c-0000000", "",
+          "00000000-00000000-00000000-00000000"}) {
+        EXPECT_FALSE(valid(text)) << text; // 36, 34 and no characters; all zero
     }
 }
 
