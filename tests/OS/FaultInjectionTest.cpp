@@ -19,17 +19,13 @@
 #include "FileTestSupport.h"
 #include <kyTestSupport.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <set>
-#include <sstream>
 #include <string>
 #include <system_error>
 #include <vector>
@@ -48,8 +44,6 @@ using kyOS::detail::FileCall;
 
 // ---------------------------------------------------------------------------------------------
 // Files, seen without the library so that the checks do not pass through the hook
-
-// False when the file is missing.
 
 std::set<std::string> namesIn(const fs::path& dir) {
     std::set<std::string> names;
@@ -91,19 +85,11 @@ struct Scenario {
     bool persistent() const { return kind == kCrash || mode == Mode::kFromThenOn; }
 
     std::string label() const {
-        const std::string when = mode == Mode::kOnce ? "once" : "from then on";
-        switch (kind) {
-        case kFail:
-            return std::string(error == ENOSPC ? "ENOSPC"
-                               : error == EIO  ? "EIO"
-                                               : "EINTR") +
-                   " " + when;
-        case kShort:
-            return "short(" + std::to_string(limit) + ") " + when;
-        case kCrash:
-            return "crash";
-        }
-        return "?";
+        return (kind == kCrash   ? "crash"
+                : kind == kShort ? "short "
+                                 : "errno ") +
+               std::to_string(kind == kShort ? limit : error) +
+               (mode == Mode::kOnce ? " once" : " from then on");
     }
 
     void arm(FaultInjector& injector, std::size_t k) const {
@@ -144,11 +130,7 @@ struct Outcome {
 };
 
 Outcome outcomeOf(const kyUtil::Error& e) {
-    Outcome o;
-    o.ok = e.ok();
-    o.code = e.code();
-    o.message = e.message();
-    return o;
+    return Outcome{e.ok(), e.code(), e.message()};
 }
 
 // What a check is told about the run it judges.
@@ -162,21 +144,11 @@ struct Attempt {
     bool faultAt(FileCall c) const { return scenario != nullptr && call == c; }
 };
 
-// Collects what is wrong with one run.
-class Problems {
-public:
-    void add(const std::string& what) { text_ += (text_.empty() ? "" : "; ") + what; }
-    void check(bool condition, const std::string& what) {
-        if (!condition) {
-            add(what);
-        }
-    }
-    bool empty() const { return text_.empty(); }
-    const std::string& text() const { return text_; }
-
-private:
-    std::string text_;
-};
+// What is wrong with one run, "; "-separated.
+using Problems = std::string;
+void require(Problems& p, bool condition, const std::string& what) {
+    p += condition ? "" : (p.empty() ? "" : "; ") + what;
+}
 
 // ---------------------------------------------------------------------------------------------
 // The fixture: three private directories, the temporary directory among them
@@ -202,6 +174,9 @@ protected:
         // starts with this: leftovers in a shared directory are recognisable as ours.
         std::random_device entropy;
         token_ = stem() + std::to_string(entropy() % 1000000u) + "-";
+        // The leftover checks mean something only if the library's temporary directory is ours.
+        std::error_code ec;
+        ASSERT_TRUE(fs::equivalent(pathOf(kyOS::getTempDirectory()), tmp_, ec)) << ec.message();
     }
 
     void TearDown() override {
@@ -248,7 +223,7 @@ protected:
                     bool persistent) const {
         for (const std::string& name : namesIn(d)) {
             if (allowed.count(name) == 0 && !(persistent && ours(name))) {
-                p.add("left behind: " + (d / name).string());
+                require(p, false, "left behind: " + (d / name).string());
             }
         }
     }
@@ -259,7 +234,7 @@ protected:
         const fs::path fallback = fallbackTempDirectory();
         for (const std::string& name : namesIn(fallback)) {
             if (ours(name) && !persistent) {
-                p.add("left behind: " + (fallback / name).string());
+                require(p, false, "left behind: " + (fallback / name).string());
             }
         }
     }
@@ -281,7 +256,7 @@ protected:
         {
             Problems p;
             check(plain, p);
-            ASSERT_TRUE(p.empty()) << what << " without faults: " << p.text();
+            ASSERT_TRUE(p.empty()) << what << " without faults: " << p;
         }
         ASSERT_EQ(kytest::countOpenDescriptors(), descriptors);
         ASSERT_GT(calls.size(), 0u);
@@ -303,13 +278,13 @@ protected:
                 reportedFailures += run.outcome.ok ? 0 : 1;
                 Problems p;
                 if (s.mustSucceed()) {
-                    p.check(run.outcome.ok, "not absorbed: " + run.outcome.message);
+                    require(p, run.outcome.ok, "not absorbed: " + run.outcome.message);
                 }
                 check(run, p);
-                p.check(kytest::countOpenDescriptors() == before, "a descriptor was left open");
+                require(p, kytest::countOpenDescriptors() == before, "a descriptor was left open");
                 if (!p.empty()) {
                     ADD_FAILURE() << what << ", " << s.label() << " at call " << k << " ("
-                                  << FaultInjector::name(calls[k - 1]) << "): " << p.text()
+                                  << FaultInjector::name(calls[k - 1]) << "): " << p
                                   << "\n  reported: " << (run.outcome.ok ? "success" : "failure ")
                                   << run.outcome.message << "\n  calls: " << callList;
                     break; // the first failing K of a fault says enough
@@ -335,198 +310,82 @@ const std::string kNew = pattern('B', 7001);
 // ---------------------------------------------------------------------------------------------
 // Copy, move, rename
 
-TEST_F(FaultInjectionTest, CopyToANewName) {
-    const fs::path from = work("source.bin");
-    const fs::path to = other("copy.bin");
-    sweep(
-        "fileCopy", [&] { EXPECT_TRUE(put(from, kOld)); },
-        [&] { return outcomeOf(kyOS::fileCopy(filetest::name(from), filetest::name(to), false)); },
-        [&](const Attempt& run, Problems& p) {
-            std::string source;
-            std::string target;
-            p.check(readBytes(from, &source) && source == kOld, "the source changed");
-            const bool hasTarget = readBytes(to, &target);
-            if (run.outcome.ok) {
-                p.check(hasTarget && target == kOld, "success without a complete copy");
-            } else {
-                p.check(run.outcome.code >= 1 && run.outcome.code <= 3, "unexpected code");
-                p.check(startsWith(run.outcome.message, "Error copying "), "unexpected message");
-                p.check(run.persistent() || !hasTarget, "a failed copy left its target");
-            }
-            expectOnly(p, work_, {from.filename().string()}, run.persistent());
-            expectOnly(p, other_,
-                       run.outcome.ok ? std::set<std::string>{to.filename().string()}
-                                      : std::set<std::string>{},
-                       run.persistent());
-            expectNoTemporaries(p, run.persistent());
-        });
-}
-
-TEST_F(FaultInjectionTest, CopyOverAnExistingFile) {
-    const fs::path from = work("source.bin");
-    const fs::path to = work("target.bin");
-    sweep(
-        "fileCopy (overwrite)",
-        [&] {
-            EXPECT_TRUE(put(from, kOld));
-            EXPECT_TRUE(put(to, kNew));
-        },
-        [&] { return outcomeOf(kyOS::fileCopy(filetest::name(from), filetest::name(to), true)); },
-        [&](const Attempt& run, Problems& p) {
-            std::string source;
-            std::string target;
-            p.check(readBytes(from, &source) && source == kOld, "the source changed");
-            const bool hasTarget = readBytes(to, &target);
-            if (run.outcome.ok) {
-                p.check(hasTarget && target == kOld, "success without a complete copy");
-            } else if (!run.persistent()) {
-                // The old target may be gone (it was being replaced), never half-replaced.
-                p.check(!hasTarget || target == kNew, "a failed copy left a partial target");
-            }
-            std::set<std::string> allowed = {from.filename().string()};
-            if (hasTarget) {
-                allowed.insert(to.filename().string());
-            }
-            expectOnly(p, work_, allowed, run.persistent());
-            expectNoTemporaries(p, run.persistent());
-        });
-}
-
-// Move and rename across directories share their checks: the data is at one of the two
-// names, complete; the source may survive a successful move only when deleting it failed.
-// `replaced` is what stood at the target before, if anything: a failed move may leave it
-// there (or take it away), never half-replaced.
-void checkMove(const Attempt& run, Problems& p, const fs::path& from, const fs::path& to,
-               const std::string* replaced = nullptr) {
-    std::string source;
-    std::string target;
-    const bool hasSource = readBytes(from, &source);
-    const bool hasTarget = readBytes(to, &target);
-    p.check(!hasSource || source == kOld, "the source changed");
-    if (run.outcome.ok) {
-        p.check(hasTarget && target == kOld, "success without a complete target");
-        p.check(!hasSource || run.persistent() || run.faultAt(FileCall::kUnlink),
-                "the source survived a move whose delete did not fail");
-    } else {
-        p.check(hasSource, "a failed move lost its source");
-        p.check(run.persistent() || !hasTarget || (replaced != nullptr && target == *replaced),
-                "a failed move left its target");
+// Each operation from a source of old content to a target, which may hold other content
+// first. The source's data is never damaged; on success the target holds all of it; a
+// failure leaves the target as it was or gone, never half-replaced (a move keeps its source
+// then); a move keeps its source after success only when deleting it failed.
+TEST_F(FaultInjectionTest, CopyMoveAndRenameAtEveryCall) {
+    using Op = kyUtil::Error (*)(const kyOS::Filename&, const kyOS::Filename&);
+    const struct {
+        const char* what;
+        Op op;
+        bool toOther;       // the target is in the other directory
+        bool occupied;      // the target holds kNew first
+        bool movesSource;   // the source's name goes on success
+        bool single;        // one rename: the data is under exactly one name, nothing else
+        int codeLo, codeHi; // the codes of a reported failure
+    } ops[] = {
+        {"fileCopy", [](auto& f, auto& t) { return kyOS::fileCopy(f, t, false); }, true, false,
+         false, false, 1, 3},
+        {"fileCopy (overwrite)", [](auto& f, auto& t) { return kyOS::fileCopy(f, t, true); }, false,
+         true, false, false, 1, 3},
+        {"fileMove", [](auto& f, auto& t) { return kyOS::fileMove(f, t, false); }, true, false,
+         true, false, 1, 3},
+        {"fileRename (same directory)", [](auto& f, auto& t) { return kyOS::fileRename(f, t); },
+         false, false, true, true, kyOS::kRenameFailed, kyOS::kRenameFailed},
+        {"fileRename (across directories)", [](auto& f, auto& t) { return kyOS::fileRename(f, t); },
+         true, true, true, false, 1, 3}, // a move with overwrite underneath
+    };
+    for (const auto& o : ops) {
+        const fs::path from = work("source.bin");
+        const fs::path to = o.toOther ? other("target.bin") : work("target.bin");
+        sweep(
+            o.what,
+            [&] {
+                EXPECT_TRUE(put(from, kOld));
+                EXPECT_TRUE(!o.occupied || put(to, kNew));
+            },
+            [&] { return outcomeOf(o.op(filetest::name(from), filetest::name(to))); },
+            [&](const Attempt& run, Problems& p) {
+                std::string source, target;
+                const bool hasSource = readBytes(from, &source);
+                const bool hasTarget = readBytes(to, &target);
+                const bool persistent = run.persistent() && !o.single;
+                require(p, !hasSource || source == kOld, "the source changed");
+                require(p, hasSource || o.movesSource, "a copy lost its source");
+                require(p, !o.single || hasSource != hasTarget,
+                        "the data under both names or none");
+                if (run.outcome.ok) {
+                    require(p, hasTarget && target == kOld, "success without the complete data");
+                    require(p,
+                            !hasSource || !o.movesSource || persistent ||
+                                run.faultAt(FileCall::kUnlink),
+                            "the source survived a move whose delete did not fail");
+                } else {
+                    require(p, run.outcome.code >= o.codeLo && run.outcome.code <= o.codeHi,
+                            "unexpected code " + std::to_string(run.outcome.code));
+                    require(p, o.codeLo != 1 || startsWith(run.outcome.message, "Error copying "),
+                            "unexpected message");
+                    require(p, hasSource, "a failed operation lost its source");
+                    require(p, persistent || !hasTarget || (o.occupied && target == kNew),
+                            "a failed operation left a partial or new target");
+                }
+                for (const fs::path& d : {work_, other_}) {
+                    std::set<std::string> allowed;
+                    for (const fs::path& f : {from, to}) {
+                        if (f.parent_path() == d) {
+                            allowed.insert(f.filename().string());
+                        }
+                    }
+                    expectOnly(p, d, allowed, persistent);
+                }
+                expectNoTemporaries(p, persistent);
+            });
     }
-}
-
-TEST_F(FaultInjectionTest, MoveToANewName) {
-    const fs::path from = work("source.bin");
-    const fs::path to = other("moved.bin");
-    sweep(
-        "fileMove", [&] { EXPECT_TRUE(put(from, kOld)); },
-        [&] { return outcomeOf(kyOS::fileMove(filetest::name(from), filetest::name(to), false)); },
-        [&](const Attempt& run, Problems& p) {
-            checkMove(run, p, from, to);
-            std::set<std::string> work = {from.filename().string()};
-            std::set<std::string> other;
-            if (run.outcome.ok) {
-                other.insert(to.filename().string());
-            }
-            expectOnly(p, work_, work, run.persistent());
-            expectOnly(p, other_, other, run.persistent());
-            expectNoTemporaries(p, run.persistent());
-        });
-}
-
-TEST_F(FaultInjectionTest, RenameWithinADirectory) {
-    const fs::path from = work("before.bin");
-    const fs::path to = work("after.bin");
-    sweep(
-        "fileRename (same directory)", [&] { EXPECT_TRUE(put(from, kOld)); },
-        [&] { return outcomeOf(kyOS::fileRename(filetest::name(from), filetest::name(to))); },
-        [&](const Attempt& run, Problems& p) {
-            std::string source;
-            std::string target;
-            const bool hasSource = readBytes(from, &source);
-            const bool hasTarget = readBytes(to, &target);
-            // One rename: the data is under exactly one of the names.
-            p.check(hasSource != hasTarget, "the data is under both names or neither");
-            p.check(!hasSource || source == kOld, "the source changed");
-            p.check(!hasTarget || target == kOld, "the target is not the source's data");
-            p.check(run.outcome.ok == hasTarget, "the result does not match the files");
-            if (!run.outcome.ok) {
-                p.check(run.outcome.code == kyOS::kRenameFailed, "unexpected code");
-            }
-            expectOnly(p, work_, {hasSource ? from.filename().string() : to.filename().string()},
-                       false);
-            expectNoTemporaries(p, false);
-        });
-}
-
-TEST_F(FaultInjectionTest, RenameAcrossDirectories) {
-    const fs::path from = work("before.bin");
-    const fs::path to = other("after.bin");
-    sweep(
-        "fileRename (across directories)",
-        [&] {
-            EXPECT_TRUE(put(from, kOld));
-            EXPECT_TRUE(put(to, kNew)); // replaced: the move overwrites
-        },
-        [&] { return outcomeOf(kyOS::fileRename(filetest::name(from), filetest::name(to))); },
-        [&](const Attempt& run, Problems& p) {
-            checkMove(run, p, from, to, &kNew);
-            expectOnly(p, work_, {from.filename().string()}, run.persistent());
-            expectOnly(p, other_, {to.filename().string()}, run.persistent());
-            expectNoTemporaries(p, run.persistent());
-        });
 }
 
 // ---------------------------------------------------------------------------------------------
 // Protected writes
-
-// One whole cycle as a caller writes it: init, the new content through kyOS::File in
-// blocks, finalize. Reports success only when all of it succeeded.
-struct CycleResult {
-    Outcome outcome;
-    fs::path temp;
-    fs::path backup;
-};
-
-CycleResult protectedWriteCycle(const fs::path& main, bool copy, const std::string& content) {
-    CycleResult result;
-    kyOS::ProtectedWrite pw(filetest::name(main));
-    if (copy) {
-        pw.useCopyStrategy();
-    }
-    bool ok = pw.init();
-    result.temp = pathOf(pw.getTempFilename());
-    result.backup = pathOf(pw.getBackupFilename());
-    if (ok) {
-        kyOS::File out(pw.getTempFilename());
-        kyUtil::Error e = out.open(kyOS::kWrite | kyOS::kCreate | kyOS::kTruncate);
-        const std::size_t kBlock = 4096;
-        for (std::size_t at = 0; e.ok() && at < content.size(); at += kBlock) {
-            const std::size_t n = std::min(kBlock, content.size() - at);
-            std::size_t put = 0;
-            e = out.write(content.data() + at, n, &put);
-            if (e.ok() && put != n) {
-                e = kyOS::File::getError(kyOS::kFileErrIO);
-            }
-        }
-        if (out.isOpen()) {
-            const kyUtil::Error closed = out.close();
-            if (e.ok()) {
-                e = closed;
-            }
-        }
-        if (e.failed()) {
-            result.outcome.message = e.message();
-            pw.invalidate();
-            ok = false;
-        }
-    }
-    const bool finalized = pw.finalize();
-    if (!finalized) {
-        result.outcome.message += " status " + std::to_string(pw.getStatus());
-    }
-    result.outcome.ok = ok && finalized;
-    return result;
-}
 
 class ProtectedWriteFaults : public FaultInjectionTest, public ::testing::WithParamInterface<bool> {
 protected:
@@ -537,28 +396,29 @@ protected:
 TEST_P(ProtectedWriteFaults, OldOrNewContentAtEveryCall) {
     const bool copy = GetParam();
     const fs::path main = work("scene.ma");
-    CycleResult last;
+    fs::path backup;
     sweep(
         copy ? "ProtectedWrite (copy)" : "ProtectedWrite (rename)",
         [&] { EXPECT_TRUE(put(main, kOld)); },
         [&] {
-            last = protectedWriteCycle(main, copy, kNew);
-            return last.outcome;
+            Outcome o;
+            o.ok = filetest::protectedWriteCycle(main, copy, kNew, 4096, &o.message, &backup);
+            return o;
         },
         [&](const Attempt& run, Problems& p) {
             std::string content;
             const bool hasMain = readBytes(main, &content);
             if (run.outcome.ok) {
-                p.check(hasMain && content == kNew, "success without the new content");
+                require(p, hasMain && content == kNew, "success without the new content");
             }
             if (hasMain) {
-                p.check(content == kOld || content == kNew, "main holds neither old nor new");
+                require(p, content == kOld || content == kNew, "main holds neither old nor new");
             } else {
                 // Only when nothing could be cleaned up may the old content wait at the
                 // backup name; it must be complete there.
                 std::string parked;
-                p.check(run.persistent(), "main is missing after a single failure");
-                p.check(!last.backup.empty() && readBytes(last.backup, &parked) && parked == kOld,
+                require(p, run.persistent(), "main is missing after a single failure");
+                require(p, !backup.empty() && readBytes(backup, &parked) && parked == kOld,
                         "main is missing and the backup does not hold the old content");
             }
             if (run.scenario != nullptr && run.scenario->kind == Scenario::kCrash) {
@@ -578,43 +438,21 @@ INSTANTIATE_TEST_SUITE_P(Strategies, ProtectedWriteFaults, ::testing::Bool(),
                              return std::string(info.param ? "Copy" : "Rename");
                          });
 
-// The leftover checks mean something only if the library's temporary directory is ours.
-TEST_F(FaultInjectionTest, TemporaryDirectoryIsPrivate) {
-    std::error_code ec;
-    EXPECT_TRUE(fs::equivalent(pathOf(kyOS::getTempDirectory()), tmp_, ec)) << ec.message();
-    const kyOS::Filename name = kyOS::createTmpFilename(kyString::IString(L"0.tmp"), L"kyF");
-    EXPECT_TRUE(fs::equivalent(pathOf(name).parent_path(), tmp_, ec)) << ec.message();
-}
-
-// The fixture itself: a count, a failure once and from then on, a short transfer.
-TEST_F(FaultInjectionTest, InjectorCountsAndFails) {
+// A status query that fails counts as "missing"; a read absorbs short transfers.
+TEST_F(FaultInjectionTest, FailedQueriesAndShortReads) {
     const fs::path from = work("a.bin");
     EXPECT_TRUE(put(from, kOld));
     FaultInjector injector;
-    injector.countOnly();
-    EXPECT_TRUE(kyOS::doesFileExist(filetest::name(from)));
-    const std::size_t n = injector.calls();
-    ASSERT_GE(n, 1u);
-    EXPECT_EQ(injector.log().front(), FileCall::kStat);
-
     injector.failAt(1, EIO, Mode::kOnce);
-    EXPECT_FALSE(kyOS::doesFileExist(filetest::name(from))); // a failed query counts as missing
-    EXPECT_EQ(injector.affected(), 1u);
+    EXPECT_FALSE(kyOS::doesFileExist(filetest::name(from)));
     EXPECT_TRUE(kyOS::doesFileExist(filetest::name(from))); // once: the next call goes through
-
-    injector.failAt(1, ENOSPC, Mode::kFromThenOn);
-    EXPECT_FALSE(kyOS::doesFileExist(filetest::name(from)));
-    EXPECT_FALSE(kyOS::doesFileExist(filetest::name(from)));
-    EXPECT_EQ(injector.affected(), injector.calls());
-
     injector.shortenAt(1, 10, Mode::kFromThenOn);
     kyOS::File in(filetest::name(from));
     ASSERT_TRUE(in.open(kyOS::kRead).ok());
     std::string buffer(kOld.size(), '\0');
     std::size_t got = 0;
     ASSERT_TRUE(in.read(&buffer[0], buffer.size(), &got).ok());
-    EXPECT_EQ(got, kOld.size());
-    EXPECT_EQ(buffer, kOld);
+    EXPECT_TRUE(got == kOld.size() && buffer == kOld);
     EXPECT_TRUE(in.close().ok());
     // 5000 bytes ten at a time; the full buffer needs no read that finds the end.
     EXPECT_EQ(injector.affected(), kOld.size() / 10);

@@ -20,7 +20,6 @@ namespace kytest {
 ///    most `limit` bytes; other calls are made as usual.
 ///  - `crashAt(K)`: call K and everything after it fail and change nothing, as if the process
 ///    had died just before K.
-///  - `atCall(K, action)`: runs `action` just before call K is made (then makes it).
 class FaultInjector {
 public:
     using FileCall = kyOS::detail::FileCall;
@@ -39,10 +38,6 @@ public:
         arm(Action::kShort, k, mode, 0, limit);
     }
     void crashAt(std::size_t k) { arm(Action::kCrash, k, Mode::kFromThenOn, 0, 0); }
-    void atCall(std::size_t k, void (*action)()) {
-        arm(Action::kCall, k, Mode::kOnce, 0, 0);
-        action_ = action;
-    }
 
     /// Native calls made since the last `arm...`.
     std::size_t calls() const { return calls_; }
@@ -83,10 +78,9 @@ public:
     }
 
 private:
-    enum class Action { kCount, kFail, kShort, kCrash, kCall };
+    enum class Action { kCount, kFail, kShort, kCrash };
 
     void arm(Action action, std::size_t k, Mode mode, int error, std::size_t limit) {
-        action_ = nullptr;
         what_ = action;
         at_ = k;
         mode_ = mode;
@@ -118,12 +112,6 @@ private:
         case Action::kCrash:
             ++affected_;
             return Fault{Fault::kCrash, 0, 0};
-        case Action::kCall:
-            ++affected_;
-            if (action_ != nullptr) {
-                action_();
-            }
-            return Fault{Fault::kNone, 0, 0};
         case Action::kCount:
             break;
         }
@@ -135,7 +123,6 @@ private:
     std::size_t at_ = 0;
     int error_ = 0;
     std::size_t limit_ = 0;
-    void (*action_)() = nullptr;
     std::size_t calls_ = 0;
     std::size_t affected_ = 0;
     std::vector<FileCall> log_;

@@ -3,11 +3,14 @@
 #ifndef KY_TESTS_OS_FILETESTSUPPORT_H
 #define KY_TESTS_OS_FILETESTSUPPORT_H
 
+#include <Base/OS/kyOSFile.h>
 #include <Base/OS/kyOSFilename.h>
+#include <Base/OS/kyOSProtectedWrite.h>
 #include <Base/String/kyStringIString.h>
 
 #include <kyTestSupport.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -16,10 +19,6 @@
 #include <string>
 
 namespace filetest {
-
-inline bool onWindows() {
-    return kyOS::Filename::separator() == L'\\';
-}
 
 inline kyString::IString wide(const std::string& narrow) {
     return kyString::IString(narrow.c_str());
@@ -88,6 +87,45 @@ private:
 template <typename E>
 std::string text(const E& e) {
     return e.hasMessage() ? std::string(e.message()) : std::string();
+}
+
+/// One protected-write cycle as a caller writes it: init, `content` through kyOS::File in
+/// blocks of `block` bytes, finalize. True only when all of it succeeded; `why` says what
+/// failed, `backup` receives the backup name (each when given).
+inline bool protectedWriteCycle(const std::filesystem::path& main, bool copy,
+                                const std::string& content, std::size_t block,
+                                std::string* why = nullptr,
+                                std::filesystem::path* backup = nullptr) {
+    kyOS::ProtectedWrite pw(name(main));
+    if (copy) {
+        pw.useCopyStrategy();
+    }
+    bool ok = pw.init();
+    if (backup != nullptr) {
+        *backup = std::filesystem::path(pw.getBackupFilename().name().str());
+    }
+    if (ok) {
+        kyOS::File out(pw.getTempFilename());
+        kyUtil::Error e = out.open(kyOS::kWrite | kyOS::kCreate | kyOS::kTruncate);
+        for (std::size_t at = 0; e.ok() && at < content.size(); at += block) {
+            const std::size_t n = std::min(block, content.size() - at);
+            std::size_t put = 0;
+            e = out.write(content.data() + at, n, &put);
+            e = e.ok() && put != n ? kyOS::File::getError(kyOS::kFileErrIO) : e;
+        }
+        const kyUtil::Error closed = out.isOpen() ? out.close() : kyUtil::Error();
+        e = e.ok() ? closed : e;
+        if (e.failed()) {
+            why != nullptr ? void(*why = e.message()) : void();
+            pw.invalidate();
+            ok = false;
+        }
+    }
+    const bool finalized = pw.finalize();
+    if (!finalized && why != nullptr) {
+        *why += " status " + std::to_string(pw.getStatus());
+    }
+    return ok && finalized;
 }
 
 } // namespace filetest

@@ -33,42 +33,37 @@ IString native(const wchar_t* text) {
     return IString(s.c_str());
 }
 
-TEST(FilenameTest, DefaultIsEmptyWithTheNativeSeparator) {
-    const Filename f;
-    EXPECT_TRUE(f.name().isEmpty());
-    EXPECT_EQ(f.getSeparator(), Filename::separator());
-    EXPECT_TRUE(f.prefix().isEmpty());
-    EXPECT_TRUE(f.dirname().isEmpty());
-    EXPECT_TRUE(f.basename().isEmpty());
-    EXPECT_FALSE(f.isAbsolute());
-    EXPECT_EQ(f.components().size(), 5u);
-}
-
-TEST(FilenameTest, WindowsRulesThroughTheClass) {
-    const Filename f(L"C:/data//scenes/../shot.tar.gz", L'\\', PathStyle::kWindows);
-    EXPECT_EQ(f.style(), PathStyle::kWindows);
-    EXPECT_EQ(f.name().str(), L"C:\\data\\shot.tar.gz");
-    const ky::vector<IString> c = f.components();
-    ASSERT_EQ(c.size(), 5u);
-    EXPECT_EQ(c[0].str(), L"C:");
-    EXPECT_EQ(c[1].str(), L"C:\\data");
-    EXPECT_EQ(c[2].str(), L"shot.tar.gz");
-    EXPECT_EQ(c[3].str(), L"shot.tar");
-    EXPECT_EQ(c[4].str(), L"gz");
-    EXPECT_TRUE(f.isAbsolute());
+// The name and its five components (prefix, dirname, basename, trunk, suffix) under the
+// rules the object was made with.
+TEST(FilenameTest, ComponentsUnderEachStyle) {
+    const Filename win(L"C:/data//scenes/../shot.tar.gz", L'\\', PathStyle::kWindows);
+    const Filename posix(L"/usr//lib/../share/a.b", L'/', PathStyle::kPosix);
+    const Filename none;
+    const struct {
+        const Filename& f;
+        std::vector<std::wstring> parts;
+        bool absolute;
+    } cases[] = {
+        {win,
+         {L"C:\\data\\shot.tar.gz", L"C:", L"C:\\data", L"shot.tar.gz", L"shot.tar", L"gz"},
+         true},
+        {posix, {L"/usr/share/a.b", L"", L"/usr/share", L"a.b", L"a", L"b"}, true},
+        {none, {L"", L"", L"", L"", L"", L""}, false},
+    };
+    for (const auto& c : cases) {
+        std::vector<std::wstring> got = {c.f.name().str()};
+        for (const IString& part : c.f.components()) {
+            got.push_back(part.str());
+        }
+        EXPECT_EQ(got, c.parts);
+        EXPECT_EQ(c.f.isAbsolute(), c.absolute);
+    }
+    EXPECT_EQ(win.style(), PathStyle::kWindows);
+    EXPECT_EQ(none.getSeparator(), Filename::separator());
     // "/x" is relative under Windows rules even with slash as the separator.
     EXPECT_FALSE(Filename(L"/x", L'/', PathStyle::kWindows).isAbsolute());
     EXPECT_EQ(Filename(L"a", L"b", PathStyle::kWindows).name().str(), L"a\\b");
     EXPECT_EQ(Filename(L"C:", L"x", PathStyle::kWindows).name().str(), L"C:x");
-}
-
-TEST(FilenameTest, PosixRulesThroughTheClass) {
-    const Filename f(L"/usr//lib/../share/a.b", L'/', PathStyle::kPosix);
-    EXPECT_EQ(f.name().str(), L"/usr/share/a.b");
-    EXPECT_TRUE(f.prefix().isEmpty());
-    EXPECT_EQ(f.dirname().str(), L"/usr/share");
-    EXPECT_EQ(f.baseTrunk().str(), L"a");
-    EXPECT_TRUE(f.isAbsolute());
     EXPECT_EQ(Filename(L"a", L"b", PathStyle::kPosix).name().str(), L"a/b");
 }
 
@@ -86,27 +81,20 @@ TEST(FilenameTest, NativeConstructorsCanonicalise) {
     EXPECT_EQ(joined.basename().str(), L"leaf.txt");
 }
 
+// Assigning text canonicalises with the separator already held and drops the old
+// components; assigning a Filename copies separator and name as they are.
 TEST(FilenameTest, AssignmentRules) {
     Filename f(IString(L"a:b"), L':');
-    EXPECT_EQ(f.name().str(), L"a:b");
     EXPECT_EQ(f.basename().str(), L"b");
-    // Assigning text canonicalises with the separator already held and drops the old
-    // components.
     f = IString(L"x//y:");
     EXPECT_EQ(f.getSeparator(), L':');
     EXPECT_EQ(f.name().str(), L"x::y"); // "::" is not a doubled "//": kept
     EXPECT_EQ(f.basename().str(), L"y");
-    // Assigning a Filename copies separator and name as they are.
-    const Filename slash(IString(L"p/q"), L'/');
-    f = slash;
+    f = Filename(IString(L"p/q"), L'/');
+    f = f; // self-assignment keeps everything
     EXPECT_EQ(f.getSeparator(), L'/');
     EXPECT_EQ(f.name().str(), L"p/q");
-    EXPECT_EQ(f.basename().str(), L"q");
-    const Filename copy(f);
-    EXPECT_EQ(copy.name().str(), L"p/q");
-    EXPECT_EQ(copy.dirname().str(), L"p");
-    f = f; // self-assignment keeps everything
-    EXPECT_EQ(f.name().str(), L"p/q");
+    EXPECT_EQ(Filename(f).dirname().str(), L"p");
 }
 
 TEST(FilenameTest, StaticJoinFoldsFromTheLeft) {
@@ -121,17 +109,19 @@ TEST(FilenameTest, StaticJoinFoldsFromTheLeft) {
 }
 
 TEST(FilenameTest, ReservedDeviceNames) {
-    using kyOS::isWindowsReservedDeviceName;
-    EXPECT_TRUE(isWindowsReservedDeviceName(Filename(IString(L"nul.txt"))));
-    EXPECT_TRUE(isWindowsReservedDeviceName(Filename(IString(L"dir/CON"))));
-    EXPECT_TRUE(isWindowsReservedDeviceName(Filename(IString(L"Com3.log"))));
-    EXPECT_TRUE(
-        isWindowsReservedDeviceName(Filename(L"C:\\out\\lpt1.dat", L'\\', PathStyle::kWindows)));
-    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L"con.tar.gz"))));
-    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L"COM0"))));
-    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L"console"))));
-    EXPECT_FALSE(isWindowsReservedDeviceName(Filename(IString(L".nul"))));
-    EXPECT_FALSE(isWindowsReservedDeviceName(Filename()));
+    const std::pair<Filename, bool> cases[] = {
+        {Filename(IString(L"nul.txt")), true},
+        {Filename(IString(L"dir/CON")), true},
+        {Filename(IString(L"Com3.log")), true},
+        {Filename(L"C:\\out\\lpt1.dat", L'\\', PathStyle::kWindows), true},
+        {Filename(IString(L"con.tar.gz")), false}, // only the trunk counts
+        {Filename(IString(L"COM0")), false},
+        {Filename(IString(L"console")), false},
+        {Filename(IString(L".nul")), false},
+        {Filename(), false}};
+    for (const auto& [name, reserved] : cases) {
+        EXPECT_EQ(kyOS::isWindowsReservedDeviceName(name), reserved) << name.name().asUTF8();
+    }
 }
 
 TEST(FilenameTest, OverLongNamesAreKeptWhole) {
@@ -148,26 +138,27 @@ TEST(FilenameTest, OverLongNamesAreKeptWhole) {
     EXPECT_EQ(f.dirname().length(), 40u * 301u - 1u);
 }
 
+// Null input counts as empty; null output receives nothing.
 TEST(FilenameTest, NarrowHelpers) {
+    const bool win = nativeIsWindows();
+    const char* name = win ? "C:\\dir\\a.tar.gz" : "/dir/a.tar.gz";
+    const std::pair<void (*)(const char*, char*), const char*> parts[] = {
+        {kyOS_FilenamePrefix, win ? "C:" : ""},
+        {kyOS_FilenameDirname, win ? "C:\\dir" : "/dir"},
+        {kyOS_FilenameBasename, "a.tar.gz"},
+        {kyOS_FilenameBaseTrunk, "a.tar"},
+        {kyOS_FilenameBaseSuffix, "gz"}};
     char out[256];
-    const char* name = nativeIsWindows() ? "C:\\dir\\a.tar.gz" : "/dir/a.tar.gz";
-    kyOS_FilenamePrefix(name, out);
-    EXPECT_STREQ(out, nativeIsWindows() ? "C:" : "");
-    kyOS_FilenameDirname(name, out);
-    EXPECT_STREQ(out, nativeIsWindows() ? "C:\\dir" : "/dir");
-    kyOS_FilenameBasename(name, out);
-    EXPECT_STREQ(out, "a.tar.gz");
-    kyOS_FilenameBaseTrunk(name, out);
-    EXPECT_STREQ(out, "a.tar");
-    kyOS_FilenameBaseSuffix(name, out);
-    EXPECT_STREQ(out, "gz");
+    for (const auto& [part, expected] : parts) {
+        part(name, out);
+        EXPECT_STREQ(out, expected);
+        std::strcpy(out, "untouched");
+        part(nullptr, out);
+        EXPECT_STREQ(out, "");
+        part(name, nullptr);
+    }
     kyOS_FilenameJoin("a//", "b/", out);
-    EXPECT_STREQ(out, nativeIsWindows() ? "a\\b" : "a/b");
-    // Null input counts as empty; null output receives nothing.
-    std::strcpy(out, "untouched");
-    kyOS_FilenameBasename(nullptr, out);
-    EXPECT_STREQ(out, "");
-    kyOS_FilenameBasename(name, nullptr);
+    EXPECT_STREQ(out, win ? "a\\b" : "a/b");
     kyOS_FilenameJoin(nullptr, nullptr, out);
     EXPECT_STREQ(out, "");
     EXPECT_FALSE(kyOS_FilenameMakeDir(nullptr));
@@ -179,52 +170,37 @@ protected:
     IString sub(const wchar_t* leaf) const { return Filename::join(dirName(), leaf); }
 };
 
+// One level only: not over an existing name, not below a missing one, not too long.
 TEST_F(FilenameDiskTest, MakeDirCreatesOneLevel) {
     const Filename a(sub(L"a"));
     EXPECT_TRUE(a.makeDir());
     EXPECT_TRUE(std::filesystem::is_directory(dir() / "a"));
-    EXPECT_FALSE(a.makeDir());                                           // exists already
-    EXPECT_FALSE(Filename(sub(native(L"x\\y\\z").asWChar())).makeDir()); // parents are not made
+    EXPECT_FALSE(a.makeDir());
+    EXPECT_FALSE(Filename(sub(native(L"x\\y\\z").asWChar())).makeDir());
     EXPECT_FALSE(std::filesystem::exists(dir() / "x"));
     EXPECT_FALSE(Filename().makeDir());
-    const IString narrowName = sub(L"n");
-    EXPECT_TRUE(kyOS_FilenameMakeDir(narrowName.asMultibyte()));
+    const std::wstring longLeaf(Filename::maxLength(PathStyle::kWindows) + 40, L'q');
+    EXPECT_FALSE(Filename(sub(longLeaf.c_str())).makeDir());
+    EXPECT_TRUE(kyOS_FilenameMakeDir(sub(L"n").asMultibyte()));
     EXPECT_TRUE(std::filesystem::is_directory(dir() / "n"));
 }
 
-TEST_F(FilenameDiskTest, OverLongComponentIsRefused) {
-    const std::wstring longLeaf(Filename::maxLength(PathStyle::kWindows) + 40, L'q');
-    EXPECT_FALSE(Filename(sub(longLeaf.c_str())).makeDir());
-}
-
+// The current directory goes and comes back; a relative name's long-path form starts there.
 TEST_F(FilenameDiskTest, CurrentDirectoryRoundTrip) {
     Filename saved;
     saved.getCwd();
-    ASSERT_FALSE(saved.name().isEmpty());
-    EXPECT_TRUE(saved.isAbsolute());
-    EXPECT_EQ(saved.getSeparator(), Filename::separator());
-
+    EXPECT_TRUE(saved.isAbsolute() && saved.getSeparator() == Filename::separator());
     ASSERT_TRUE(Filename(dirName()).setCwd());
     Filename now;
     now.getCwd();
-    EXPECT_EQ(now.basename(), Filename(dirName()).basename());
-    EXPECT_TRUE(std::filesystem::equivalent(std::filesystem::path(now.name().str()), dir()));
+    IString out;
+    const kyUtil::Error e = kyOS::toLongPathForm(L"x/y", out);
     EXPECT_FALSE(Filename(sub(L"missing")).setCwd());
     EXPECT_FALSE(Filename().setCwd());
     ASSERT_TRUE(saved.setCwd());
-}
-
-TEST_F(FilenameDiskTest, NativeLongPathFormOfARelativeName) {
-    Filename saved;
-    saved.getCwd();
-    ASSERT_TRUE(Filename(dirName()).setCwd());
-    Filename cwd;
-    cwd.getCwd();
-    IString out;
-    const kyUtil::Error e = kyOS::toLongPathForm(L"x/y", out);
-    ASSERT_TRUE(saved.setCwd());
+    EXPECT_TRUE(std::filesystem::equivalent(std::filesystem::path(now.name().str()), dir()));
     ASSERT_TRUE(e.ok()) << e.message();
-    const IString expected = Filename::join(cwd.name(), native(L"x\\y"));
+    const IString expected = Filename::join(now.name(), native(L"x\\y"));
     EXPECT_EQ(out, nativeIsWindows() ? IString(L"\\\\?\\") + expected : expected);
 }
 

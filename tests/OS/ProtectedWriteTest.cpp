@@ -40,65 +40,39 @@ protected:
         tmp_.reset();
         kytest::TempDirTest::TearDown();
     }
-    // Writes `content` to the temp name through the library's own file.
-    static void writeTemp(const PW& pw, const std::string& content) {
-        kyOS::File f(pw.getTempFilename());
-        ASSERT_TRUE(f.open(kyOS::kWrite | kyOS::kCreate | kyOS::kTruncate).ok());
-        ASSERT_TRUE(f.write(content.data(), content.size(), nullptr).ok());
-        ASSERT_TRUE(f.close().ok());
-    }
-    // Nothing but the main file is left in the test directory and the temp directory.
-    void expectOnlyMain() {
-        std::size_t n = 0;
-        for (const auto& entry : fs::directory_iterator(dir())) {
-            const std::string leaf = entry.path().filename().string();
-            EXPECT_TRUE(leaf == "scene.ma" || leaf == "tmp") << leaf;
-            ++n;
-        }
-        EXPECT_TRUE(fs::is_empty(path("tmp")));
-    }
-
     std::unique_ptr<filetest::ScopedTempDirectory> tmp_;
     std::string main_;
 };
 
-TEST_F(ProtectedWriteTest, RenameStrategyReplacesTheFile) {
-    put(main_, "old content");
-    PW pw(name(main_));
-    EXPECT_EQ(pw.getMainFilename().name(), name(main_).name());
-    EXPECT_TRUE(pw.getTempFilename().name().isEmpty());
-    ASSERT_TRUE(pw.init());
-    // Both names lie beside main, made from its basename.
-    EXPECT_EQ(pw.getTempFilename().dirname(), name(dir().string()).name());
-    EXPECT_EQ(pw.getBackupFilename().dirname(), name(dir().string()).name());
-    EXPECT_EQ(pw.getTempFilename().basename().str().compare(0, 3, L"sce"), 0);
-    EXPECT_NE(pw.getTempFilename().name(), pw.getBackupFilename().name());
-    EXPECT_FALSE(kyOS::doesFileExist(pw.getTempFilename()));
-    writeTemp(pw, "new content");
-    EXPECT_EQ(get(main_), std::string("old content")); // nothing happens before finalize
-    ASSERT_TRUE(pw.finalize());
-    EXPECT_EQ(pw.getStatus(), PW::kOk);
-    EXPECT_EQ(get(main_), std::string("new content"));
-    expectOnlyMain();
+// Writes `content` to the temp name through the library's own file.
+void writeTemp(const PW& pw, const std::string& content) {
+    kyOS::File f(pw.getTempFilename());
+    ASSERT_TRUE(f.open(kyOS::kWrite | kyOS::kCreate | kyOS::kTruncate).ok());
+    ASSERT_TRUE(f.write(content.data(), content.size(), nullptr).ok());
+    ASSERT_TRUE(f.close().ok());
 }
 
-TEST_F(ProtectedWriteTest, CopyStrategyGoesThroughTheTemporaryDirectory) {
-    put(main_, "old");
-    PW pw(name(main_));
-    pw.useCopyStrategy();
-    ASSERT_TRUE(pw.init());
-    EXPECT_EQ(pw.getTempFilename().dirname(), name(path("tmp")).name());
-    EXPECT_EQ(pw.getBackupFilename().dirname(), name(path("tmp")).name());
-    writeTemp(pw, "new");
-    ASSERT_TRUE(pw.finalize());
-    EXPECT_EQ(get(main_), std::string("new"));
-    expectOnlyMain();
+TEST_F(ProtectedWriteTest, NamesBesideMainOrInTheTemporaryDirectory) {
+    for (bool copy : {false, true}) {
+        PW pw(name(main_));
+        copy ? pw.useCopyStrategy() : void();
+        ASSERT_TRUE(pw.init());
+        const kyString::IString where = name(copy ? path("tmp") : dir().string()).name();
+        EXPECT_EQ(pw.getTempFilename().dirname(), where);
+        EXPECT_EQ(pw.getBackupFilename().dirname(), where);
+        EXPECT_EQ(pw.getTempFilename().basename().str().compare(0, 3, L"sce"), 0);
+        EXPECT_NE(pw.getTempFilename().name(), pw.getBackupFilename().name());
+        EXPECT_FALSE(kyOS::doesFileExist(pw.getTempFilename()));
+        const kyString::IString temp = pw.getTempFilename().name();
+        ASSERT_TRUE(pw.init());
+        EXPECT_EQ(pw.getTempFilename().name(), temp) << "a second init keeps the names";
+    }
 }
 
 // The variable is read once per process, so a fresh process of this test program answers:
 // it runs the probe below with the variable set and reports where its names went.
 TEST_F(ProtectedWriteTest, EnvironmentChoosesTheCopyStrategy) {
-    if (filetest::onWindows()) {
+    if (kytest::onWindows()) {
         GTEST_SKIP() << "starts this program again through /proc/self/exe";
     }
     const std::string command =
@@ -121,107 +95,6 @@ TEST(ProtectedWriteProbe, ReportsItsStrategy) {
         std::string(ok ? "ok" : "failed") + (inTmp ? " tmp" : " beside"));
 }
 
-TEST_F(ProtectedWriteTest, NewFileWithoutAnOldOne) {
-    PW pw(name(main_));
-    ASSERT_TRUE(pw.init());
-    writeTemp(pw, "first");
-    ASSERT_TRUE(pw.finalize());
-    EXPECT_EQ(get(main_), std::string("first"));
-    expectOnlyMain();
-}
-
-TEST_F(ProtectedWriteTest, FinalizeWithoutInitTouchesNothing) {
-    put(main_, "kept");
-    PW pw(name(main_));
-    EXPECT_TRUE(pw.finalize());
-    EXPECT_EQ(pw.getStatus(), PW::kOk);
-    EXPECT_EQ(get(main_), std::string("kept"));
-}
-
-TEST_F(ProtectedWriteTest, InitTwiceKeepsTheNames) {
-    PW pw(name(main_));
-    ASSERT_TRUE(pw.init());
-    const kyString::IString temp = pw.getTempFilename().name();
-    ASSERT_TRUE(pw.init());
-    EXPECT_EQ(pw.getTempFilename().name(), temp);
-}
-
-TEST_F(ProtectedWriteTest, InvalidatedWriteLeavesMainAlone) { // status 7
-    put(main_, "old");
-    PW pw(name(main_));
-    ASSERT_TRUE(pw.init());
-    writeTemp(pw, "half");
-    pw.invalidate();
-    EXPECT_FALSE(pw.finalize());
-    EXPECT_EQ(pw.getStatus(), PW::kInvalidated);
-    EXPECT_EQ(get(main_), std::string("old"));
-    expectOnlyMain();
-    EXPECT_FALSE(pw.init()); // the status stays
-}
-
-TEST_F(ProtectedWriteTest, NothingWritten) { // status 5
-    put(main_, "old");
-    PW pw(name(main_));
-    ASSERT_TRUE(pw.init());
-    EXPECT_FALSE(pw.finalize());
-    EXPECT_EQ(pw.getStatus(), PW::kNothingWritten);
-    EXPECT_EQ(get(main_), std::string("old"));
-    expectOnlyMain();
-}
-
-TEST_F(ProtectedWriteTest, MainNotWritable) { // status 1 from init
-    if (!kytest::canDropPrivileges()) {
-        GTEST_SKIP() << "needs a POSIX system and root, to check as another user";
-    }
-    put(main_, "root's");
-    fs::permissions(path("tmp"), fs::perms::all); // the child may use the temp directory
-    const std::string mainName = main_;
-    const auto seen = kytest::runInChild(
-        [&] {
-            PW pw(name(mainName));
-            const bool ok = pw.init();
-            return std::to_string(ok) + " " + std::to_string(pw.getStatus()) + " " +
-                   std::to_string(pw.finalize());
-        },
-        true);
-    ASSERT_TRUE(seen.has_value());
-    EXPECT_EQ(*seen, "0 1 0");
-    EXPECT_EQ(get(main_), std::string("root's"));
-}
-
-TEST_F(ProtectedWriteTest, MissingTemporaryDirectoryIsMadeAndRefuses) { // status 2
-    put(main_, "old");
-    filetest::ScopedTempDirectory missing(path("made-now"));
-    PW pw(name(main_));
-    pw.useCopyStrategy();
-    EXPECT_FALSE(pw.init());
-    EXPECT_EQ(pw.getStatus(), PW::kTempDirCreated); // kept: made, and still refused
-    EXPECT_TRUE(fs::is_directory(path("made-now")));
-    EXPECT_FALSE(pw.finalize());
-    EXPECT_EQ(get(main_), std::string("old"));
-}
-
-TEST_F(ProtectedWriteTest, TemporaryDirectoryThatCannotBeMadeLetsTheWriteGoOn) {
-    put(main_, "old");
-    filetest::ScopedTempDirectory missing(path("no/such/dir"));
-    PW pw(name(main_));
-    pw.useCopyStrategy();
-    // The inverted test, kept: the failed creation records nothing, and init goes on.
-    EXPECT_TRUE(pw.init());
-    EXPECT_EQ(pw.getStatus(), PW::kOk);
-    EXPECT_FALSE(fs::exists(path("no")));
-}
-
-TEST_F(ProtectedWriteTest, TemporaryDirectoryIsAFile) { // status 3
-    put(main_, "old");
-    put(path("notadir"), "");
-    filetest::ScopedTempDirectory file(path("notadir"));
-    PW pw(name(main_));
-    pw.useCopyStrategy();
-    EXPECT_FALSE(pw.init());
-    EXPECT_EQ(pw.getStatus(), PW::kTempDirNotDir);
-}
-
 // A temp-file maker that always hands out the same name, so a stale file can wait there.
 std::wstring gFixedTemp;
 int fixedTempFile(const std::wstring&, const std::wstring&, std::wstring& out, int* error) {
@@ -240,84 +113,130 @@ int unlinkRefusesStale(const std::wstring& name, int* error) {
     return nativeFileCalls().unlink(name, error);
 }
 
-TEST_F(ProtectedWriteTest, StaleTempThatCannotBeDeleted) { // status 4
-    put(main_, "old");
-    put(path("stale.0.tmp"), "stale");
-    gFixedTemp = name(path("tmp/stale.tmp")).name().str();
+// Renames away from main (or, with gIntoMain, onto it from the temp) are refused.
+bool gIntoMain = false;
+int renameRefused(const std::wstring& from, const std::wstring& to, int* error) {
+    const std::wstring& end = gIntoMain ? to : from;
+    if (end.size() >= 8 && end.compare(end.size() - 8, 8, L"scene.ma") == 0 &&
+        (!gIntoMain || from.find(L".0.tmp") != std::wstring::npos)) {
+        *error = gIntoMain ? EIO : EACCES;
+        return -1;
+    }
+    return nativeFileCalls().rename(from, to, error);
+}
+
+// Installs a case's fake system calls; the loop puts the native ones back.
+std::string gCaseDir;
+void staleTempCannotGo() {
+    put(gCaseDir + "/stale.0.tmp", "stale");
+    gFixedTemp = name(gCaseDir + "/tmp/stale.tmp").name().str();
     fileCalls().tempFile = fixedTempFile;
     fileCalls().unlink = unlinkRefusesStale;
-    PW pw(name(main_));
-    EXPECT_FALSE(pw.init());
-    EXPECT_EQ(pw.getStatus(), PW::kStaleNotDeleted);
-    EXPECT_EQ(get(main_), std::string("old"));
+}
+void mainCannotMoveAside() {
+    gIntoMain = false;
+    fileCalls().rename = renameRefused;
+}
+void newCannotTakeMainsPlace() {
+    gIntoMain = true;
+    fileCalls().rename = renameRefused;
 }
 
-int renameRefusesMain(const std::wstring& from, const std::wstring& to, int* error) {
-    if (from.size() >= 8 && from.compare(from.size() - 8, 8, L"scene.ma") == 0) {
-        *error = EACCES;
-        return -1;
+// One whole cycle per case, each in its own directory: init, the new content (or none),
+// finalize; then the status, main's content, and nothing else left beside main or in the
+// temporary directory.
+TEST_F(ProtectedWriteTest, EveryOutcomeOfACycle) {
+    const struct {
+        const char* what;
+        bool old, copy;
+        const char* tempDir; // under the case's directory
+        void (*fake)();      // installed after init when the content is written, else before
+        bool write, invalidate, init;
+        PW::Status status;
+    } cases[] = {
+        {"rename strategy", true, false, "tmp", nullptr, true, false, true, PW::kOk},
+        {"copy strategy", true, true, "tmp", nullptr, true, false, true, PW::kOk},
+        {"a new file", false, false, "tmp", nullptr, true, false, true, PW::kOk},
+        {"nothing written", true, false, "tmp", nullptr, false, false, true, PW::kNothingWritten},
+        {"invalidated", true, false, "tmp", nullptr, true, true, true, PW::kInvalidated},
+        // Deliberately inverted, kept: a directory just made refuses, one that cannot be made
+        // lets the write go on.
+        {"temp dir made", true, true, "made-now", nullptr, false, false, false,
+         PW::kTempDirCreated},
+        {"temp dir not made", true, true, "no/such", nullptr, false, false, true,
+         PW::kNothingWritten},
+        {"temp dir is a file", true, true, "file", nullptr, false, false, false,
+         PW::kTempDirNotDir},
+        {"stale temp", true, false, "tmp", staleTempCannotGo, false, false, false,
+         PW::kStaleNotDeleted},
+        {"main not moved aside", true, false, "tmp", mainCannotMoveAside, true, false, true,
+         PW::kMainNotMoved},
+        {"new not put in place", true, false, "tmp", newCannotTakeMainsPlace, true, false, true,
+         PW::kNotWritable},
+    };
+    for (std::size_t i = 0; i < std::size(cases); ++i) {
+        const auto& c = cases[i];
+        SCOPED_TRACE(c.what);
+        gCaseDir = path(std::to_string(i));
+        const std::string main = gCaseDir + "/scene.ma";
+        fs::create_directories(gCaseDir + "/tmp");
+        put(gCaseDir + "/file", "");
+        EXPECT_TRUE(!c.old || put(main, "old"));
+        filetest::ScopedTempDirectory tmp(gCaseDir + "/" + c.tempDir);
+        PW pw(name(main));
+        c.copy ? pw.useCopyStrategy() : void();
+        (c.fake && !c.write) ? c.fake() : void();
+        EXPECT_EQ(pw.init(), c.init);
+        if (c.write) {
+            writeTemp(pw, "new");
+            EXPECT_EQ(get(main), c.old ? std::optional<std::string>("old") : std::nullopt)
+                << "nothing happens before finalize";
+        }
+        c.invalidate ? pw.invalidate() : void();
+        (c.fake && c.write) ? c.fake() : void();
+        EXPECT_EQ(pw.finalize(), c.status == PW::kOk);
+        EXPECT_EQ(pw.getStatus(), c.status);
+        EXPECT_EQ(pw.init(), c.status == PW::kOk) << "the status stays";
+        EXPECT_EQ(get(main), std::string(c.status == PW::kOk ? "new" : "old"));
+        fileCalls() = nativeFileCalls();
+        for (const auto& entry : fs::directory_iterator(gCaseDir)) {
+            const std::string leaf = entry.path().filename().string();
+            EXPECT_TRUE(leaf == "scene.ma" || leaf == "file" || leaf == "tmp" ||
+                        leaf == "made-now" || c.fake == staleTempCannotGo)
+                << leaf;
+        }
+        EXPECT_TRUE(fs::is_empty(gCaseDir + "/tmp") || c.fake == staleTempCannotGo);
     }
-    return nativeFileCalls().rename(from, to, error);
+    EXPECT_TRUE(fs::is_directory(path("5/made-now")));
+    EXPECT_FALSE(fs::exists(path("6/no")));
 }
 
-TEST_F(ProtectedWriteTest, MainCannotBeMovedAside) { // status 6
-    put(main_, "old");
-    PW pw(name(main_));
-    ASSERT_TRUE(pw.init());
-    writeTemp(pw, "new");
-    fileCalls().rename = renameRefusesMain;
-    EXPECT_FALSE(pw.finalize());
-    EXPECT_EQ(pw.getStatus(), PW::kMainNotMoved);
-    EXPECT_EQ(get(main_), std::string("old"));
-    expectOnlyMain();
-}
-
-int renameRefusesToMain(const std::wstring& from, const std::wstring& to, int* error) {
-    if (to.size() >= 8 && to.compare(to.size() - 8, 8, L"scene.ma") == 0 &&
-        from.find(L".0.tmp") != std::wstring::npos) {
-        *error = EIO;
-        return -1;
-    }
-    return nativeFileCalls().rename(from, to, error);
-}
-
-TEST_F(ProtectedWriteTest, NewContentThatCannotBePutInPlaceRestoresTheOld) { // status 1
-    put(main_, "old");
-    PW pw(name(main_));
-    ASSERT_TRUE(pw.init());
-    writeTemp(pw, "new");
-    fileCalls().rename = renameRefusesToMain;
-    EXPECT_FALSE(pw.finalize());
-    EXPECT_EQ(pw.getStatus(), PW::kNotWritable);
-    EXPECT_EQ(get(main_), std::string("old"));
-    expectOnlyMain();
-}
-
-TEST_F(ProtectedWriteTest, CopiesCopyEveryField) {
-    PW pw(name(main_));
-    ASSERT_TRUE(pw.init());
-    PW copy(pw);
-    EXPECT_EQ(copy.getTempFilename().name(), pw.getTempFilename().name());
-    EXPECT_EQ(copy.getBackupFilename().name(), pw.getBackupFilename().name());
-    writeTemp(pw, "via copy");
-    ASSERT_TRUE(copy.finalize()); // initialised travels with the copy
-    EXPECT_EQ(get(main_), std::string("via copy"));
-    PW assigned(name(path("other")));
-    assigned = pw;
-    EXPECT_EQ(assigned.getMainFilename().name(), name(main_).name());
-}
-
-TEST_F(ProtectedWriteTest, DestructorDeletesAnAbandonedTemp) {
+// Finalize without init touches nothing; copies carry every field, "initialised" included;
+// the destructor deletes a temp that was never finalized.
+TEST_F(ProtectedWriteTest, CopiesAndTheObjectsLife) {
+    put(main_, "kept");
+    PW idle(name(main_));
+    EXPECT_TRUE(idle.finalize() && idle.getStatus() == PW::kOk);
+    EXPECT_EQ(get(main_), std::string("kept"));
     std::string temp;
     {
         PW pw(name(main_));
         ASSERT_TRUE(pw.init());
-        writeTemp(pw, "abandoned");
-        temp = pw.getTempFilename().name().asMultibyte();
+        PW copy(pw), assigned(name(path("other")));
+        assigned = pw;
+        EXPECT_EQ(assigned.getMainFilename().name(), name(main_).name());
+        EXPECT_EQ(assigned.getBackupFilename().name(), pw.getBackupFilename().name());
+        writeTemp(pw, "via copy");
+        ASSERT_TRUE(copy.finalize());
+        EXPECT_EQ(get(main_), std::string("via copy"));
+        PW abandoned(name(main_));
+        ASSERT_TRUE(abandoned.init());
+        writeTemp(abandoned, "abandoned");
+        temp = abandoned.getTempFilename().name().asMultibyte();
         EXPECT_TRUE(there(temp));
     }
     EXPECT_FALSE(there(temp));
-    EXPECT_FALSE(there(main_));
+    EXPECT_EQ(get(main_), std::string("via copy"));
 }
 
 } // namespace

@@ -4,9 +4,11 @@
 
 #include "kyTestSupport.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -51,126 +53,110 @@ protected:
     }
 };
 
-TEST_F(SearchPathTest, DefaultState) {
+// Random edits and lookups against a plain list: after every step the entries' text (joined
+// by '?' until an initialize, deliberately) and the first hit of a lookup agree with it.
+TEST_F(SearchPathTest, EditsAndLookupsMatchAPlainList) {
+    // Three directories; then names no edit accepts: a missing one, a file, and (for removal
+    // and membership only) another spelling of "two", a different entry by its text.
+    const IString names[] = {at(L"one"),     at(L"two"),        at(L"three"),
+                             at(L"missing"), at(L"one\\a.txt"), at(L"two") + IString(L"\\")};
+    const wchar_t* const leaves[] = {L"a.txt", L"b.txt", L"c.txt", L"sub", L"nothing.txt"};
+    kytest::Random random(11);
     SearchPath path;
-    EXPECT_FALSE(path.initialized());
-    EXPECT_TRUE(path.actLikeShell());
-    EXPECT_TRUE(path.getDirectories().isEmpty());
-    EXPECT_TRUE(path.findFile(L"a.txt").isEmpty());
-    // Until an initialize runs the list separator is '?', deliberately.
-    EXPECT_TRUE(path.addDirectoryToPath(at(L"one")));
-    EXPECT_TRUE(path.addDirectoryToPath(at(L"two")));
-    EXPECT_EQ(path.getDirectories(), listOf({at(L"one"), at(L"two")}, L'?'));
-    path.initialize();
-    EXPECT_TRUE(path.initialized());
-    EXPECT_EQ(path.directories().size(), 2u); // initialize does not clear
-    EXPECT_EQ(path.getDirectories(), listOf({at(L"one"), at(L"two")}, Filename::pathSeparator()));
+    EXPECT_TRUE(!path.initialized() && path.actLikeShell());
+    std::vector<IString> model;
+    wchar_t separator = L'?';
+    for (int step = 0; step < 800; ++step) {
+        const int op = random.range(0, 19);
+        const std::size_t i = static_cast<std::size_t>(random.range(0, op < 8 ? 4 : 5));
+        const auto found = std::find(model.begin(), model.end(), names[i]);
+        if (op < 4) {
+            EXPECT_EQ(path.addDirectoryToPath(names[i]), i < 3);
+            i < 3 ? model.push_back(names[i]) : void();
+        } else if (op < 8) {
+            EXPECT_EQ(path.insertDirectoryInPath(names[i]), i < 3);
+            i < 3 ? (void)model.insert(model.begin(), names[i]) : void();
+        } else if (op < 15) {
+            EXPECT_EQ(path.removeDirectoryFromPath(names[i]), found != model.end());
+            found != model.end() ? (void)model.erase(found) : void();
+        } else if (op < 18) {
+            EXPECT_EQ(path.hasDirectory(names[i]), found != model.end());
+        } else if (op == 18) {
+            path.clear();
+            model.clear();
+        } else {
+            path.initialize(); // keeps the entries
+            separator = Filename::pathSeparator();
+        }
+        IString text;
+        for (const IString& entry : model) {
+            text = text.isEmpty() ? entry : text + IString(separator) + entry;
+        }
+        ASSERT_EQ(path.getDirectories(), text) << "step " << step;
+        const wchar_t* leaf = leaves[random.range(0, 4)];
+        IString where;
+        for (const IString& entry : model) {
+            if (where.isEmpty() &&
+                std::filesystem::exists(std::filesystem::path(entry.str()) / leaf)) {
+                where = entry;
+            }
+        }
+        EXPECT_EQ(path.findFile(leaf), where.isEmpty() ? IString() : Filename::join(where, leaf));
+        EXPECT_EQ(path.findDirectory(leaf), where);
+    }
+    EXPECT_EQ(path.initialized(), separator != L'?');
 }
 
+// Existing directories in list order; missing names, files and empty pieces are dropped.
 TEST_F(SearchPathTest, InitializeKeepsExistingDirectoriesInOrder) {
     SearchPath path;
     const wchar_t sep = Filename::pathSeparator();
-    const IString list = listOf(
-        {at(L"three"), at(L"missing"), IString(), at(L"one"), at(L"one\\a.txt"), at(L"two")}, sep);
-    path.initialize(list);
-    ASSERT_EQ(path.directories().size(), 3u);
-    EXPECT_EQ(path.directories()[0], at(L"three"));
-    EXPECT_EQ(path.directories()[1], at(L"one"));
-    EXPECT_EQ(path.directories()[2], at(L"two"));
-    EXPECT_FALSE(path.hasDirectory(at(L"missing")));
+    path.initialize(listOf(
+        {at(L"three"), at(L"missing"), IString(), at(L"one"), at(L"one\\a.txt"), at(L"two")}, sep));
     EXPECT_EQ(path.getDirectories(), listOf({at(L"three"), at(L"one"), at(L"two")}, sep));
-
     SearchPath other;
     other.initialize(listOf({at(L"one"), at(L"two")}, L'|'), L'|');
-    EXPECT_EQ(other.directories().size(), 2u);
-    EXPECT_EQ(other.getDirectories(), listOf({at(L"one"), at(L"two")}, L'|'));
     other.initialize(IString(L"||"), L'|'); // only empty pieces
-    EXPECT_EQ(other.directories().size(), 2u);
+    EXPECT_EQ(other.getDirectories(), listOf({at(L"one"), at(L"two")}, L'|'));
 }
 
-TEST_F(SearchPathTest, EditingTheList) {
-    SearchPath path;
-    EXPECT_FALSE(path.addDirectoryToPath(at(L"missing")));
-    EXPECT_FALSE(path.addDirectoryToPath(at(L"one\\a.txt"))); // a file, not a directory
-    EXPECT_TRUE(path.addDirectoryToPath(at(L"one")));
-    EXPECT_TRUE(path.insertDirectoryInPath(at(L"two")));
-    EXPECT_FALSE(path.insertDirectoryInPath(at(L"missing")));
-    EXPECT_TRUE(path.addDirectoryToPath(at(L"two")));
-    EXPECT_EQ(path.getDirectories(), listOf({at(L"two"), at(L"one"), at(L"two")}, L'?'));
-    // Exact text only: another spelling of the same directory is a different entry.
-    const IString spelledOtherwise = at(L"two") + IString(Filename::separator());
-    EXPECT_FALSE(path.hasDirectory(spelledOtherwise));
-    EXPECT_FALSE(path.removeDirectoryFromPath(spelledOtherwise));
-    EXPECT_TRUE(path.hasDirectory(at(L"two")));
-    EXPECT_TRUE(path.removeDirectoryFromPath(at(L"two"))); // the first one only
-    EXPECT_EQ(path.getDirectories(), listOf({at(L"one"), at(L"two")}, L'?'));
-    EXPECT_TRUE(path.removeDirectoryFromPath(at(L"two")));
-    EXPECT_FALSE(path.removeDirectoryFromPath(at(L"two")));
-    EXPECT_EQ(path.getDirectories(), at(L"one"));
-    path.clear();
-    EXPECT_TRUE(path.getDirectories().isEmpty());
-}
-
+// Copies take the entries, the separator and the flags; reset drops all of them.
 TEST_F(SearchPathTest, ResetAndCopy) {
     SearchPath path;
     path.initialize(at(L"one"), L'#');
     path.actLikeShell(false);
-    EXPECT_EQ(path.getDirectories(), at(L"one"));
-    const SearchPath copy(path);
-    EXPECT_TRUE(copy.initialized());
-    EXPECT_FALSE(copy.actLikeShell());
-    EXPECT_TRUE(copy.hasDirectory(at(L"one")));
+    SearchPath copy(path), assigned;
+    assigned = path;
     path.reset();
-    EXPECT_FALSE(path.initialized());
-    EXPECT_TRUE(path.actLikeShell());
-    EXPECT_TRUE(path.directories().empty());
-    EXPECT_TRUE(path.getDirectories().isEmpty());
-    // The copy kept its separator too.
-    SearchPath more(copy);
-    EXPECT_TRUE(more.addDirectoryToPath(at(L"two")));
-    EXPECT_EQ(more.getDirectories(), listOf({at(L"one"), at(L"two")}, L'#'));
-    SearchPath assigned;
-    assigned = more;
-    EXPECT_EQ(assigned.getDirectories(), more.getDirectories());
+    EXPECT_TRUE(!path.initialized() && path.actLikeShell() && path.getDirectories().isEmpty());
+    for (SearchPath* p : {&copy, &assigned}) {
+        EXPECT_TRUE(p->initialized() && !p->actLikeShell());
+        EXPECT_TRUE(p->addDirectoryToPath(at(L"two")));
+        EXPECT_EQ(p->getDirectories(), listOf({at(L"one"), at(L"two")}, L'#'));
+    }
 }
 
-TEST_F(SearchPathTest, FindFileFirstHitWins) {
+TEST_F(SearchPathTest, FindFileIntoAResult) {
     SearchPath path;
-    ASSERT_TRUE(path.addDirectoryToPath(at(L"one")));
     ASSERT_TRUE(path.addDirectoryToPath(at(L"two")));
-    EXPECT_EQ(path.findFile(L"a.txt"), at(L"one\\a.txt"));
-    EXPECT_EQ(path.findFile(L"b.txt"), at(L"two\\b.txt"));
-    EXPECT_EQ(path.findFile(L"sub"), at(L"two\\sub")); // directories count as found
-    EXPECT_TRUE(path.findFile(L"nothing.txt").isEmpty());
     IString out(L"stale");
     path.findFile(L"nothing.txt", out);
     EXPECT_TRUE(out.isEmpty());
     path.findFile(L"b.txt", out);
     EXPECT_EQ(out, at(L"two\\b.txt"));
-    EXPECT_EQ(path.findDirectory(L"b.txt"), at(L"two"));
-    EXPECT_TRUE(path.findDirectory(L"nothing.txt").isEmpty());
 }
 
-TEST_F(SearchPathTest, NoFallBackToTheCurrentDirectory) {
-    Filename saved;
-    saved.getCwd();
-    ASSERT_TRUE(Filename(at(L"three")).setCwd());
-    SearchPath path;
-    ASSERT_TRUE(path.addDirectoryToPath(at(L"one")));
-    const IString found = path.findFile(L"c.txt");
-    ASSERT_TRUE(saved.setCwd());
-    EXPECT_TRUE(found.isEmpty());
-}
-
-TEST_F(SearchPathTest, ActLikeShellTestsNamesWithADirectoryPart) {
+// The current directory is no fallback for a plain name; a name with a directory part is
+// tested as it is (relative to the current directory) while acting like a shell, and
+// searched for otherwise.
+TEST_F(SearchPathTest, CurrentDirectoryAndNamesWithADirectoryPart) {
     SearchPath path;
     ASSERT_TRUE(path.addDirectoryToPath(at(L"two")));
     const IString relative = IString(L"sub") + IString(Filename::separator()) + IString(L"c.txt");
-    // With a directory part the name is tested as it is (relative to the current
-    // directory), not searched for.
     Filename saved;
     saved.getCwd();
     ASSERT_TRUE(Filename(at(L"three")).setCwd());
+    const IString plain = path.findFile(L"c.txt");
     const IString asShell = path.findFile(relative);
     path.actLikeShell(false);
     const IString searched = path.findFile(relative);
@@ -178,7 +164,7 @@ TEST_F(SearchPathTest, ActLikeShellTestsNamesWithADirectoryPart) {
     path.actLikeShell(true);
     const IString inPlace = path.findFile(relative);
     ASSERT_TRUE(saved.setCwd());
-    EXPECT_TRUE(asShell.isEmpty());
+    EXPECT_TRUE(plain.isEmpty() && asShell.isEmpty());
     EXPECT_EQ(searched, at(L"two\\sub\\c.txt"));
     EXPECT_EQ(inPlace, relative); // the name unchanged
 }
