@@ -89,21 +89,6 @@ TEST(CString, FormatGrowsPastTheFirstBuffer) {
     EXPECT_EQ(s.length(), 3u);
 }
 
-TEST(CString, VformatFromAVaList) {
-    struct Helper {
-        static unsigned int run(CString& s, const char* fmt, ...) {
-            va_list args;
-            va_start(args, fmt);
-            const unsigned int n = s.vformat(fmt, args);
-            va_end(args);
-            return n;
-        }
-    };
-    CString s;
-    EXPECT_EQ(Helper::run(s, "%d-%d", 1, 2), 3u);
-    EXPECT_STREQ(s.asChar(), "1-2");
-}
-
 TEST(CString, CreateAndDelete) {
     CString* s = CString_create("made");
     ASSERT_NE(s, nullptr);

@@ -102,12 +102,6 @@ TEST(Character, WideRulesInAUTF8Locale) {
     EXPECT_FALSE(isPunct(static_cast<wchar_t>(0xFF04)));
 }
 
-TEST(Character, NamedCases) {
-    EXPECT_TRUE(isAlpha(static_cast<wchar_t>(0x2460))); // circled digit one: a symbol, so a letter
-    EXPECT_TRUE(isAlpha(static_cast<wchar_t>(0xFFE5)));
-    EXPECT_FALSE(isPrint(L'\t'));
-}
-
 TEST(Character, NarrowPredicatesTakeBytesAsUnsigned) {
     kytest::LocaleScope c({"C"});
     for (int b = 0; b < 256; ++b) {

@@ -23,29 +23,27 @@ std::wstring converted(const wchar_t* fmt) {
 
 } // namespace
 
-TEST(TN_snprintf, CountOnlyBelowNMinusOne) {
-    char buf[16];
-    EXPECT_EQ(TN_snprintf(buf, 4, "abc"), -1); // "abc" and its NUL fit, yet -1: the margin
-    EXPECT_STREQ(buf, "abc");
-    EXPECT_EQ(TN_snprintf(buf, 3, "abc"), -1);
-    EXPECT_STREQ(buf, "ab"); // truncated and terminated
-    EXPECT_EQ(TN_snprintf(buf, 16, ""), 0);
-    EXPECT_EQ(TN_snprintf(buf, 1, ""), -1);
-    EXPECT_EQ(TN_snprintf(nullptr, 0, "x"), -1);
-    EXPECT_EQ(TN_snprintf(buf, 16, nullptr), -1);
-    EXPECT_EQ(TN_snprintf(buf, 16, "%d-%s", 12, "ab"), 5);
-    EXPECT_STREQ(buf, "12-ab");
+// The narrow and wide forms share the legacy contract: the count only when it is below n - 1,
+// otherwise -1 with the output truncated and terminated; -1 without a buffer or a format.
+template <class C, class Print>
+void expectCountOnlyBelowNMinusOne(Print print, const C* abc, const C* fmt) {
+    C buf[16];
+    EXPECT_EQ(print(buf, 4, abc), -1); // "abc" and its NUL fit, yet -1: the margin
+    EXPECT_EQ(print(buf, 5, abc), 3);
+    EXPECT_EQ(std::basic_string<C>(buf), abc);
+    EXPECT_EQ(print(buf, 3, abc), -1);
+    EXPECT_EQ(std::basic_string<C>(buf), std::basic_string<C>(abc, 2));
+    EXPECT_EQ(print(buf, 16, abc + 3), 0);
+    EXPECT_EQ(print(buf, 1, abc + 3), -1);
+    EXPECT_EQ(print(buf, 0, abc), -1);
+    EXPECT_EQ(print(nullptr, 0, abc), -1);
+    EXPECT_EQ(print(buf, 16, static_cast<const C*>(nullptr)), -1);
+    EXPECT_EQ(print(buf, 16, fmt, 12), 3);
 }
 
-TEST(TN_swprintf, CountOnlyBelowNMinusOne) {
-    wchar_t buf[16];
-    EXPECT_EQ(TN_swprintf(buf, 4, L"abc"), -1);
-    EXPECT_EQ(TN_swprintf(buf, 5, L"abc"), 3);
-    EXPECT_EQ(std::wcscmp(buf, L"abc"), 0);
-    EXPECT_EQ(TN_swprintf(buf, 3, L"abcdef"), -1);
-    EXPECT_EQ(buf[2], L'\0'); // terminated
-    EXPECT_EQ(TN_swprintf(buf, 0, L"x"), -1);
-    EXPECT_EQ(TN_swprintf(buf, 16, nullptr), -1);
+TEST(TN_printf, CountOnlyBelowNMinusOne) {
+    expectCountOnlyBelowNMinusOne<char>(TN_snprintf, "abc", "%d-");
+    expectCountOnlyBelowNMinusOne<wchar_t>(TN_swprintf, L"abc", L"%d-");
 }
 
 // The format contract on this platform's C library: "%s"/"%c" narrow and "%S"/"%C" wide in
