@@ -161,10 +161,8 @@ TEST(LinearAffineMatrix, NormalMatrixOfRotationIsTheRotationAndKeepsOrientation)
     AffineMatrix r;
     r.rotate(rnd.angle(), rnd.normal()).translate(Vector(5, 6, 7));
     const AffineMatrix n = r.normalMatrix();
-    EXPECT_EQ(n.getTranslate(), Vector());
-    AffineMatrix linear = r;
-    linear.setTranslate(Vector());
-    EXPECT_LE(maxDiff(n, linear, 4, 3), 1e-15);
+    r.setTranslate(Vector());
+    EXPECT_LE(maxDiff(n, r, 4, 3), 1e-15);
     // A mirror keeps outward normals outward: the plane's own normal flips with it.
     AffineMatrix mirror;
     mirror.mirror(Plane(Point(), Normal(0, 0, 1)));

@@ -48,11 +48,6 @@ TEST(LinearQuaternion, AngleAxisRoundTrip) {
         ASSERT_TRUE(axis2.isValid());
         EXPECT_NEAR(a2, angle, 1e-12);
         EXPECT_TRUE(near3(axis2, axis, 1e-11));
-        // And from random quaternions: quaternion -> angle-axis -> quaternion.
-        const Quaternion r = rnd.quaternion();
-        r.getAngleAxis(a2, axis2);
-        const Quaternion back(a2, axis2);
-        EXPECT_LE(quaternionDistance(back, r), 1e-13);
     }
     double angle;
     Normal axis;
@@ -85,21 +80,6 @@ TEST(LinearQuaternion, MatrixRoundTripAndAgreementWithAffineRotate) {
         q.getFrame(x, y, z);
         EXPECT_EQ(x, Vector(m(0, 0), m(0, 1), m(0, 2)));
         EXPECT_EQ(z, Vector(m(2, 0), m(2, 1), m(2, 2)));
-    }
-}
-
-TEST(LinearQuaternion, SetFrameCoversEveryBranch) {
-    // Half turns about each axis drive the trace-negative branches.
-    const Normal axes[] = {Normal(1, 0, 0), Normal(0, 1, 0), Normal(0, 0, 1), Normal(1, 1, 0),
-                           Normal(0, 1, 1), Normal(1, 0, 1), Normal(1, 1, 1)};
-    for (const Normal& axis : axes) {
-        for (double angle : {kPi, 0.9 * kPi, 0.1, 1.9 * kPi}) {
-            AffineMatrix m;
-            m.rotate(angle, axis);
-            Quaternion q;
-            q.setFrame(m);
-            EXPECT_LE(quaternionDistance(q, Quaternion(angle, axis)), 1e-14) << axis << angle;
-        }
     }
 }
 

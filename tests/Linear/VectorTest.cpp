@@ -128,11 +128,8 @@ void expectOrthogonal(const V& v, double relTol) {
 
 TEST(LinearVector, OrthogonalVectorIsPerpendicularAndNonZeroForEveryNonZeroInput) {
     Random rnd(12);
-    // All-equal components, either sign, and every pattern of zeros and signs.
-    for (double s : {1.0, -1.0, 1e-90, -3e90, 0.5}) {
-        expectOrthogonal(Vector(s, s, s), 1e-15);
-    }
-    const double values[] = {0.0, 1.0, -1.0, 2.5, -1e-80, 1e80};
+    // Every pattern of zeros and signs, all-equal components among them.
+    const double values[] = {0.0, 1.0, -1.0, 2.5, -1e-80, 1e80, 1e-90};
     for (double x : values) {
         for (double y : values) {
             for (double z : values) {
