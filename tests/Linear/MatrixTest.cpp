@@ -164,15 +164,9 @@ TYPED_TEST(LinearMatrix, InvertibleFromEpsilonUp) {
         double det;
         bool invertible;
     } cases[] = {{e, true},         {-e, true}, {e * 0.1, false},
-                 {-e * 0.1, false}, {0, false}, {std::nan(""), false},
-                 {HUGE_VAL, false}};
+                 {-e * 0.1, false}, {0, false}, {std::nan(""), false}};
     for (const auto& c : cases) {
         M m = K::withDet(c.det);
-        if (std::isinf(c.det)) {
-            m = M();
-            m(1, 1) = HUGE_VAL;
-            m(0, 0) = 0;
-        }
         const M before = m;
         EXPECT_EQ(m.isInvertible(), c.invertible) << c.det;
         EXPECT_EQ(m.invert(), c.invertible) << c.det;
