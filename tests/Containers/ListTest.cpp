@@ -46,43 +46,20 @@ typename L::iterator nth(L& l, int n) {
 
 using ListTest = kytest::ContainerTest;
 
-TEST_F(ListTest, EmptyListIsItsOwnRing) {
-    ky::list<Counted> l;
-    EXPECT_TRUE(l.empty());
-    EXPECT_EQ(l.begin(), l.end());
-    l.push_back(1);
-    l.pop_front();
-    EXPECT_EQ(l.begin(), l.end());
-    l.reverse();
-    l.sort();
-    EXPECT_EQ(l.unique(), 0u);
-    EXPECT_TRUE(l.empty());
-}
-
 TEST_F(ListTest, SortIsStable) {
-    // Sort by key only; equal keys must keep their original order (the tag).
-    struct Tagged {
-        int key;
-        int tag;
-    };
+    // Sort by key only; equal keys must keep their original order (the second member).
+    using Tagged = std::pair<int, int>;
     kytest::Random rnd(7);
     ky::list<Tagged> l;
     std::vector<Tagged> r;
     for (int i = 0; i < 2000; ++i) {
-        const Tagged t{rnd.range(0, 20), i};
-        l.push_back(t);
-        r.push_back(t);
+        r.emplace_back(rnd.range(0, 20), i);
+        l.push_back(r.back());
     }
-    auto byKey = [](const Tagged& a, const Tagged& b) { return a.key < b.key; };
+    auto byKey = [](const Tagged& a, const Tagged& b) { return a.first < b.first; };
     l.sort(byKey);
     std::stable_sort(r.begin(), r.end(), byKey);
-    ASSERT_EQ(l.size(), r.size());
-    std::size_t i = 0;
-    for (const Tagged& t : l) {
-        EXPECT_EQ(t.key, r[i].key);
-        EXPECT_EQ(t.tag, r[i].tag) << "equal keys reordered at " << i;
-        ++i;
-    }
+    EXPECT_EQ(std::vector<Tagged>(l.begin(), l.end()), r);
 }
 
 TEST_F(ListTest, MergeKeepsOursFirstAndEmptiesOther) {
@@ -92,33 +69,22 @@ TEST_F(ListTest, MergeKeepsOursFirstAndEmptiesOther) {
     EXPECT_TRUE(b.empty());
     std::vector<std::pair<int, char>> expected{{1, 'a'}, {1, 'b'}, {2, 'b'}, {3, 'a'},
                                                {5, 'a'}, {5, 'b'}, {9, 'b'}};
-    using Pairs = std::vector<std::pair<int, char>>;
-    EXPECT_EQ(Pairs(a.begin(), a.end()), expected);
+    EXPECT_EQ((std::vector<std::pair<int, char>>(a.begin(), a.end())), expected);
 }
 
+// Splicing relinks nodes: iterators stay valid, and a node spliced onto its own place stays.
+// The other splices are in the differential run below.
 TEST_F(ListTest, SpliceKeepsIteratorsValid) {
     ky::list<Counted> a{1, 2, 3};
     ky::list<Counted> b{10, 20, 30};
     auto twenty = nth(b, 1);
     a.splice(nth(a, 1), b, twenty);
     EXPECT_EQ(twenty->value(), 20);
-    EXPECT_EQ(contents(a), (std::vector<int>{1, 20, 2, 3}));
-    EXPECT_EQ(contents(b), (std::vector<int>{10, 30}));
-    // Within one list: move the first element to the end.
-    a.splice(a.end(), a, a.begin());
-    EXPECT_EQ(contents(a), (std::vector<int>{20, 2, 3, 1}));
-    EXPECT_EQ(a.size(), 4u);
-    // A node spliced onto its own position stays.
+    EXPECT_EQ(std::prev(twenty)->value(), 1);
     a.splice(nth(a, 1), a, nth(a, 1));
     a.splice(nth(a, 2), a, nth(a, 1));
-    EXPECT_EQ(contents(a), (std::vector<int>{20, 2, 3, 1}));
-    a.splice(a.begin(), b);
-    EXPECT_EQ(contents(a), (std::vector<int>{10, 30, 20, 2, 3, 1}));
-    EXPECT_TRUE(b.empty());
-    b.splice(b.end(), a, nth(a, 2), a.end());
-    EXPECT_EQ(contents(b), (std::vector<int>{20, 2, 3, 1}));
-    EXPECT_EQ(a.size(), 2u);
-    EXPECT_EQ(b.size(), 4u);
+    EXPECT_EQ(contents(a), (std::vector<int>{1, 20, 2, 3}));
+    EXPECT_EQ(contents(b), (std::vector<int>{10, 30}));
 }
 
 TEST_F(ListTest, RemoveWithValueFromTheListItself) {

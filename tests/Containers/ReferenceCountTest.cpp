@@ -1,5 +1,7 @@
 #include <Base/Containers/kyReferenceCount.h>
 
+#include <kyTestSupport.h>
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -23,119 +25,73 @@ struct Derived : Tracked {
 
 } // namespace
 
+// A copy of a counted object starts at 0, and assignment keeps the target's count.
 TEST(ReferenceCount, CountsAreNeverCopied) {
     int destroyed = 0;
     ky::Reference<Tracked> a(new Tracked(destroyed));
-    ky::Reference<Tracked> b = a;
-    EXPECT_EQ(a->count(), 2);
-
-    ky::Reference<Tracked> copy(new Tracked(*a)); // the copy starts at 0, then the handle
-    EXPECT_EQ(copy->count(), 1);
-    EXPECT_EQ(a->count(), 2);
-
-    *copy = *a; // assignment keeps the target's count
-    EXPECT_EQ(copy->count(), 1);
-    EXPECT_EQ(a->count(), 2);
-    copy.release();
-    EXPECT_EQ(destroyed, 1);
-}
-
-TEST(ReferenceCount, CopyOfAPlainObjectStartsAtZero) {
-    int destroyed = 0;
-    ky::Reference<Tracked> a(new Tracked(destroyed));
     a->incrementCount();
-    EXPECT_EQ(a->count(), 2);
     Tracked* copy = new Tracked(*a);
     EXPECT_EQ(copy->count(), 0);
     copy->incrementCount();
+    *copy = *a;
+    EXPECT_EQ(copy->count(), 1);
     EXPECT_TRUE(copy->decrementCount()); // 1 -> 0 deletes
     EXPECT_EQ(destroyed, 1);
     EXPECT_FALSE(a->decrementCount());
     EXPECT_EQ(a->count(), 1);
 }
 
-TEST(ReferenceCount, DecrementAtZeroDoesNothing) {
-    int destroyed = 0;
-    ky::Reference<Tracked> a(new Tracked(destroyed));
-    Tracked* raw = a.get();
-    EXPECT_TRUE(raw->decrementCount()); // the handle's count: deleted
-    EXPECT_EQ(destroyed, 1);
-    // The handle still points at the freed object; forget it without dropping.
-    new (&a) ky::Reference<Tracked>();
-}
-
-TEST(Reference, LastReleaseDeletes) {
-    int destroyed = 0;
-    ky::Reference<Tracked> a(new Tracked(destroyed));
-    EXPECT_EQ(a->count(), 1);
-    {
-        ky::Reference<Tracked> b(a);
-        ky::Reference<Tracked> c;
-        c = b;
-        EXPECT_EQ(a->count(), 3);
+TEST(Reference, RandomHandleOperationsAgainstAModel) {
+    constexpr int kHandles = 6, kObjects = 300;
+    int destroyed[kObjects] = {};
+    int made = 0;
+    auto fresh = [&] {
+        auto* d = new Derived(destroyed[made]);
+        d->value = made++;
+        return d;
+    };
+    ky::Reference<Tracked> handles[kHandles];
+    int owner[kHandles] = {-1, -1, -1, -1, -1, -1}; // the object each handle holds
+    kytest::Random rnd(7);
+    for (int step = 0; step < 3000 && made < kObjects - 1; ++step) {
+        const int h = rnd.range(0, kHandles - 1), o = rnd.range(0, kHandles - 1);
+        const int op = rnd.range(0, 5);
+        if (op == 0) {
+            handles[h] = ky::Reference<Tracked>(ky::Reference<Derived>(fresh()));
+            owner[h] = made - 1;
+        } else if (op == 1) {
+            handles[h] = handles[o]; // self-assignment when h == o
+            owner[h] = owner[o];
+        } else if (op == 2) {
+            ky::Reference<Tracked> moved(std::move(handles[o]));
+            const int id = std::exchange(owner[o], -1);
+            handles[h] = std::move(moved);
+            owner[h] = id;
+        } else if (op == 3) {
+            handles[h].reset(rnd.chance(80) ? fresh() : nullptr);
+            owner[h] = handles[h] ? made - 1 : -1;
+        } else if (op == 4) {
+            rnd.chance(50) ? handles[h].release() : void(handles[h] = nullptr);
+            owner[h] = -1;
+        } else {
+            swap(handles[h], handles[o]);
+            std::swap(owner[h], owner[o]);
+        }
+        int count[kObjects] = {};
+        for (int k = 0; k < kHandles; ++k) {
+            count[owner[k] < 0 ? kObjects - 1 : owner[k]] += 1;
+        }
+        for (int k = 0; k < kHandles; ++k) {
+            ASSERT_EQ(handles[k] != nullptr, owner[k] >= 0);
+            ASSERT_EQ(handles[k] == handles[h], owner[k] == owner[h]);
+            ASSERT_NE(handles[k] != handles[h], owner[k] == owner[h]);
+            ASSERT_TRUE(owner[k] < 0 || ((*handles[k]).value == owner[k] &&
+                                         handles[k]->count() == count[owner[k]]));
+        }
+        for (int id = 0; id < made; ++id) {
+            ASSERT_EQ(destroyed[id], count[id] == 0 ? 1 : 0) << id;
+        }
     }
-    EXPECT_EQ(a->count(), 1);
-    EXPECT_EQ(destroyed, 0);
-    a.release();
-    EXPECT_EQ(destroyed, 1);
-    EXPECT_FALSE(a);
-    a.release(); // null: nothing happens
-    EXPECT_EQ(destroyed, 1);
-}
-
-TEST(Reference, MoveTransfersTheCount) {
-    int destroyed = 0;
-    ky::Reference<Tracked> a(new Tracked(destroyed));
-    ky::Reference<Tracked> b(std::move(a));
-    EXPECT_EQ(a.get(), nullptr);
-    EXPECT_EQ(b->count(), 1);
-    ky::Reference<Tracked> c;
-    c = std::move(b);
-    EXPECT_EQ(c->count(), 1);
-    c = nullptr;
-    EXPECT_EQ(destroyed, 1);
-}
-
-TEST(Reference, SelfAssignmentAndReset) {
-    int destroyed = 0;
-    ky::Reference<Tracked> a(new Tracked(destroyed));
-    ky::Reference<Tracked>& alias = a;
-    a = alias;
-    EXPECT_EQ(a->count(), 1);
-    EXPECT_EQ(destroyed, 0);
-    int destroyed2 = 0;
-    a.reset(new Tracked(destroyed2));
-    EXPECT_EQ(destroyed, 1);
-    EXPECT_EQ(a->count(), 1);
-    a.reset();
-    EXPECT_EQ(destroyed2, 1);
-}
-
-TEST(Reference, FromDerivedAndComparisons) {
-    int destroyed = 0;
-    ky::Reference<Derived> d(new Derived(destroyed));
-    ky::Reference<Tracked> t(d);
-    EXPECT_EQ(d->count(), 2);
-    EXPECT_TRUE(t == ky::Reference<Tracked>(d));
-    EXPECT_TRUE(t != nullptr);
-    ky::Reference<Tracked> none;
-    EXPECT_TRUE(none == nullptr);
-    EXPECT_TRUE(none != t);
-    (*t).value = 5;
-    EXPECT_EQ(d->value, 5);
-    swap(none, t);
-    EXPECT_EQ(t.get(), nullptr);
-    EXPECT_EQ(none->count(), 2);
-    d.release();
-    none.release();
-    EXPECT_EQ(destroyed, 1);
-}
-
-TEST(Reference, NullObjectGivesNullHandle) {
-    ky::Reference<Tracked> a(static_cast<Tracked*>(nullptr));
-    EXPECT_FALSE(a);
-    ky::Reference<Tracked> b(a);
-    EXPECT_FALSE(b);
 }
 
 namespace {

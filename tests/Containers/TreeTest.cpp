@@ -146,6 +146,7 @@ void runMapDifferential(std::uint32_t seed, int steps, int keyRange) {
         case 8: {
             Mine copy(m);
             Inspector<Mine>::validate(copy);
+            ASSERT_TRUE(copy == m);
             m.clear();
             m = copy;
             break;
@@ -254,8 +255,6 @@ TEST_F(TreeTest, MapIndexAndStringKeys) {
     EXPECT_EQ(m["pear"], 5);
     EXPECT_EQ(m.begin()->first, "apple");
     ky::map<std::string, int> copy = m;
-    EXPECT_TRUE(copy == m);
-    copy["zebra"];
     EXPECT_EQ(copy["zebra"], 0);
     EXPECT_TRUE(m < copy);
 }

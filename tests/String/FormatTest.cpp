@@ -23,32 +23,27 @@ std::wstring converted(const wchar_t* fmt) {
 
 } // namespace
 
-TEST(TN_snprintf, CountOnlyBelowNMinusOne) {
-    char buf[16];
-    EXPECT_EQ(TN_snprintf(buf, 4, "abc"), -1); // "abc" and its NUL fit, yet -1: the margin
-    EXPECT_STREQ(buf, "abc");
-    EXPECT_EQ(TN_snprintf(buf, 5, "abc"), 3);
-    EXPECT_STREQ(buf, "abc");
-    EXPECT_EQ(TN_snprintf(buf, 3, "abc"), -1);
-    EXPECT_STREQ(buf, "ab"); // truncated and terminated
-    EXPECT_EQ(TN_snprintf(buf, 16, ""), 0);
-    EXPECT_EQ(TN_snprintf(buf, 1, ""), -1);
-    EXPECT_EQ(TN_snprintf(buf, 0, "x"), -1);
-    EXPECT_EQ(TN_snprintf(nullptr, 0, "x"), -1);
-    EXPECT_EQ(TN_snprintf(buf, 16, nullptr), -1);
-    EXPECT_EQ(TN_snprintf(buf, 16, "%d-%s", 12, "ab"), 5);
-    EXPECT_STREQ(buf, "12-ab");
+// The narrow and wide forms share the legacy contract: the count only when it is below n - 1,
+// otherwise -1 with the output truncated and terminated; -1 without a buffer or a format.
+template <class C, class Print>
+void expectCountOnlyBelowNMinusOne(Print print, const C* abc, const C* fmt) {
+    C buf[16];
+    EXPECT_EQ(print(buf, 4, abc), -1); // "abc" and its NUL fit, yet -1: the margin
+    EXPECT_EQ(print(buf, 5, abc), 3);
+    EXPECT_EQ(std::basic_string<C>(buf), abc);
+    EXPECT_EQ(print(buf, 3, abc), -1);
+    EXPECT_EQ(std::basic_string<C>(buf), std::basic_string<C>(abc, 2));
+    EXPECT_EQ(print(buf, 16, abc + 3), 0);
+    EXPECT_EQ(print(buf, 1, abc + 3), -1);
+    EXPECT_EQ(print(buf, 0, abc), -1);
+    EXPECT_EQ(print(nullptr, 0, abc), -1);
+    EXPECT_EQ(print(buf, 16, static_cast<const C*>(nullptr)), -1);
+    EXPECT_EQ(print(buf, 16, fmt, 12), 3);
 }
 
-TEST(TN_swprintf, CountOnlyBelowNMinusOne) {
-    wchar_t buf[16];
-    EXPECT_EQ(TN_swprintf(buf, 4, L"abc"), -1);
-    EXPECT_EQ(TN_swprintf(buf, 5, L"abc"), 3);
-    EXPECT_EQ(std::wcscmp(buf, L"abc"), 0);
-    EXPECT_EQ(TN_swprintf(buf, 3, L"abcdef"), -1);
-    EXPECT_EQ(buf[2], L'\0'); // terminated
-    EXPECT_EQ(TN_swprintf(buf, 0, L"x"), -1);
-    EXPECT_EQ(TN_swprintf(buf, 16, nullptr), -1);
+TEST(TN_printf, CountOnlyBelowNMinusOne) {
+    expectCountOnlyBelowNMinusOne<char>(TN_snprintf, "abc", "%d-");
+    expectCountOnlyBelowNMinusOne<wchar_t>(TN_swprintf, L"abc", L"%d-");
 }
 
 // The format contract on this platform's C library: "%s"/"%c" narrow and "%S"/"%C" wide in
@@ -67,13 +62,11 @@ TEST(TN_printf, FormatContract) {
 TEST(TN_convert_string_format, SwapsTheCaseOfStringConversions) {
     EXPECT_EQ(converted(L"%-10.3s %S %% %ls %c"), L"%-10.3S %s %% %ls %C");
     EXPECT_EQ(converted(L"%s%S%c%C"), L"%S%s%C%c");
-    EXPECT_EQ(converted(L"plain"), L"plain");
     EXPECT_EQ(converted(L""), L"");
     EXPECT_EQ(converted(L"%d %5d %.2f %x"), L"%d %5d %.2f %x");
     EXPECT_EQ(converted(L"%%s"), L"%%s"); // an escaped percent, then text
     EXPECT_EQ(converted(L"%%%s"), L"%%%S");
     EXPECT_EQ(converted(L"%"), L"%"); // a lone percent at the end
-    EXPECT_EQ(converted(L"%-"), L"%-");
     EXPECT_EQ(converted(L"%12."), L"%12.");
     EXPECT_EQ(converted(L"%.5c|%hs|%ws"), L"%.5C|%hs|%ws"); // modifiers stop the scan
     EXPECT_EQ(converted(L"% s"), L"% s");                   // a space flag is not skipped either
@@ -108,11 +101,9 @@ TEST(AsciiToInt64, ScansDecimal) {
     EXPECT_EQ(asciiToInt64("-9223372036854775808"), LLONG_MIN);
     EXPECT_EQ(asciiToInt64("9223372036854775807"), LLONG_MAX);
     EXPECT_EQ(asciiToInt64("abc"), 0);
-    EXPECT_EQ(asciiToInt64(""), 0);
     EXPECT_EQ(asciiToInt64(nullptr), 0);
     EXPECT_EQ(asciiToUInt64("18446744073709551615"), ULLONG_MAX);
     EXPECT_EQ(asciiToUInt64("42 rest"), 42u);
-    EXPECT_EQ(asciiToUInt64("x"), 0u);
     EXPECT_EQ(asciiToUInt64(nullptr), 0u);
     // Round trip through the slots.
     for (long long v : {0LL, 1LL, -1LL, 1234567890123LL, -987654321LL}) {

@@ -1,12 +1,17 @@
 // SharedStringTest.cpp - the editing, searching and comparison rules CString and IString share,
 // run on both through one typed suite; each class's own file keeps only what differs.
+#include <Base/Containers/kyHashSet.h>
+#include <Base/Containers/kyMap.h>
+#include <Base/Containers/kyVector.h>
 #include <Base/String/kyStringCString.h>
 #include <Base/String/kyStringCharacter.h>
 #include <Base/String/kyStringIString.h>
 
 #include <gtest/gtest.h>
 
+#include <cstdarg>
 #include <string>
+#include <utility>
 
 namespace {
 
@@ -16,27 +21,108 @@ using kyString::kNotFound;
 struct Narrow {
     using String = kyString::CString;
     static String of(const char* text) { return String(text); }
-    static std::string raw(const char* text) { return text; } // for the pointer overloads
+    static std::string raw(const std::string& text) { return text; } // for pointer overloads
     static char ch(char c) { return c; }
     static std::string text(const String& s) { return s.asChar(); }
+    static const char* self(const String& s) { return s.asChar(); }
+    static constexpr const char* kSelf = "%s|%s";
 };
 
 struct Wide {
     using String = kyString::IString;
     static String of(const char* text) { return String(raw(text).c_str()); }
-    static std::wstring raw(const char* text) {
-        const std::string narrow(text);
-        return std::wstring(narrow.begin(), narrow.end());
+    static std::wstring raw(const std::string& text) {
+        return std::wstring(text.begin(), text.end());
     }
     static wchar_t ch(char c) { return static_cast<wchar_t>(c); }
     static std::string text(const String& s) { return s.asMultibyte(); }
+    static const wchar_t* self(const String& s) { return s.asWChar(); }
+    static constexpr const char* kSelf = "%S|%S";
 };
+
+// Formats through vformat, as a caller holding a va_list does.
+template <class S>
+unsigned int viaVaList(S& s, const char* fmt, ...) {
+    va_list args;
+    va_start(args, fmt);
+    const unsigned int n = s.vformat(fmt, args);
+    va_end(args);
+    return n;
+}
 
 template <class T>
 class SharedStringTest : public ::testing::Test {};
 
 using StringKinds = ::testing::Types<Narrow, Wide>;
 TYPED_TEST_SUITE(SharedStringTest, StringKinds, );
+
+TYPED_TEST(SharedStringTest, ConstructionCopyAndMove) {
+    using T = TypeParam;
+    using S = typename T::String;
+    EXPECT_EQ(T::text(S(static_cast<decltype(T::raw("").c_str())>(nullptr))), "");
+    EXPECT_EQ(T::text(S(T::raw("abcdef").c_str(), 3)), "abc");
+    EXPECT_EQ(S(T::raw(std::string("a\0b", 3)).c_str(), 3).length(), 3u);
+    EXPECT_EQ(T::text(S(T::ch('x'))) + T::text(S(3u, T::ch('z'))) + T::text(S(0u, T::ch('z'))),
+              "xzzz");
+    S original = T::of("copied");
+    S copy(original);
+    S moved(std::move(original));
+    EXPECT_EQ(T::text(copy) + T::text(moved), "copiedcopied");
+    EXPECT_TRUE(original.isEmpty()); // left empty, still usable
+    original.append(T::of("again"));
+    EXPECT_EQ(T::text(original), "again");
+    moved = T::of("assigned");
+    EXPECT_EQ(T::text(moved), "assigned");
+}
+
+// Out-of-range reads give NUL; an out-of-range write lands in a scratch character.
+TYPED_TEST(SharedStringTest, ElementAccess) {
+    using T = TypeParam;
+    auto s = T::of("abc");
+    s[0] = T::ch('A');
+    s.at(1) = T::ch('B');
+    s.at(100) = T::ch('q');
+    const auto& cs = s;
+    EXPECT_EQ(T::text(s), "ABc");
+    EXPECT_TRUE(cs.at(1) == T::ch('B') && cs[2] == T::ch('c') && s.at(2) == T::ch('c'));
+    EXPECT_TRUE(cs.at(3) == 0 && cs.at(100) == 0);
+}
+
+// Relocatable by copying bytes (the vector moves elements with realloc), hashable, ordered.
+TYPED_TEST(SharedStringTest, LivesInKyContainersAndHashes) {
+    using T = TypeParam;
+    using S = typename T::String;
+    ky::vector<S> v;
+    for (int i = 0; i < 100; ++i) {
+        v.push_back(T::of(std::to_string(i).c_str()));
+    }
+    v.erase(v.begin() + 10);
+    v.insert(v.begin(), T::of("first"));
+    EXPECT_EQ(T::text(v[0]) + T::text(v[11]) + T::text(v[99]), "first1199");
+    ky::hash_set<S> set{T::of("a"), T::of("b"), T::of("a")};
+    EXPECT_TRUE(set.size() == 2u && set.count(T::of("b")) == 1u && set.count(T::of("c")) == 0u);
+    ky::map<S, int> m{{T::of("b"), 2}, {T::of("a"), 1}};
+    EXPECT_EQ(T::text(m.begin()->first), "a");
+    EXPECT_EQ(kyString::hashfunction(T::of("k")), ky::hash<S>()(T::of("k")));
+    EXPECT_NE(kyString::hashfunction(T::of("k")), kyString::hashfunction(T::of("K")));
+    EXPECT_NE(kyString::hashfunction(S(T::raw("a").c_str(), 1)),
+              kyString::hashfunction(S(T::raw(std::string("a\0", 2)).c_str(), 2)));
+}
+
+// Empty output is a failure that keeps the text; the output may grow past the first buffer and
+// may be made from the string's own text.
+TYPED_TEST(SharedStringTest, Format) {
+    using T = TypeParam;
+    auto s = T::of("old");
+    EXPECT_EQ(s.format("%s", ""), 0xFFFFFFFFu);
+    EXPECT_EQ(s.format(static_cast<const char*>(nullptr)), 0xFFFFFFFFu);
+    EXPECT_EQ(T::text(s), "old");
+    const std::string big(5000, 'q');
+    EXPECT_EQ(viaVaList(s, "<%s>", big.c_str()), 5002u);
+    EXPECT_EQ(T::text(s), "<" + big + ">");
+    EXPECT_EQ(s.format(T::kSelf, T::self(s), T::self(s)), 10005u);
+    EXPECT_EQ(T::text(s), "<" + big + ">|<" + big + ">");
+}
 
 TYPED_TEST(SharedStringTest, Editing) {
     using T = TypeParam;
