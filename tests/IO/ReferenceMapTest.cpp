@@ -229,63 +229,51 @@ TEST_P(ReferenceGraph, RandomGraphsComeBackIsomorphic) {
     }
     std::shuffle(order.begin(), order.end(), random.engine());
 
-    kyOS::MemoryIOStream memory;
-    ioBufferedStreamOutput out;
-    out.openIOStream(&memory);
     GraphRegistry writer;
     const bool debug = random.chance(50);
     const ioWriteMethod method = text ? (debug ? ioWriteAsciiDebug : ioWriteAscii)
                                       : (debug ? ioWriteBinaryDebug : ioWriteBinary);
-    std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, method, &writer));
-    w->startFile();
     std::map<const GNode*, int> numbers;
-    for (GNode* n : order) {
-        w->startPacket("gnode", n);
-        numbers[n] = w->getReference(n);
-        w->writeInt(n->id);
-        w->writeInt(static_cast<int>(n->edges.size()));
-        for (GNode* e : n->edges) {
-            w->writeReference(e, false);
+    const std::string file = packettest::writeFile(method, writer, [&](ioWriteContext& w) {
+        for (GNode* n : order) {
+            w.startPacket("gnode", n);
+            numbers[n] = w.getReference(n);
+            w.writeInt(n->id);
+            w.writeInt(static_cast<int>(n->edges.size()));
+            for (GNode* e : n->edges) {
+                w.writeReference(e, false);
+            }
+            w.endPacket();
         }
-        w->endPacket();
-    }
-    w->endFile();
-    ASSERT_EQ(w->getStatus(), ioGood);
-    out.close();
+    });
     // The same object always gets the same number; the first written gets 1.
     EXPECT_EQ(numbers[order[0]], 1);
 
     gRead.clear();
-    ioBufferedStreamInput in;
-    in.openIOStream(&memory);
     GraphRegistry reader(random.chance(50));
-    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &reader));
-    ASSERT_NE(r, nullptr);
-    ioClientReadContext client(*r);
-    r->readFile(client);
-    ASSERT_EQ(r->getStatus(), ioGood);
-    ASSERT_EQ(gRead.size(), nodes.size());
-    std::vector<GNode*> byId(nodes.size(), nullptr);
-    for (auto& n : gRead) {
-        ASSERT_GE(n->id, 0);
-        ASSERT_LT(n->id, count);
-        byId[static_cast<std::size_t>(n->id)] = n.get();
-    }
-    for (auto& original : nodes) {
-        const GNode* copy = byId[static_cast<std::size_t>(original->id)];
-        ASSERT_NE(copy, nullptr);
-        ASSERT_EQ(copy->edges.size(), original->edges.size());
-        for (std::size_t e = 0; e < copy->edges.size(); ++e) {
-            if (original->edges[e] == nullptr) {
-                EXPECT_EQ(copy->edges[e], nullptr);
-            } else {
-                ASSERT_NE(copy->edges[e], nullptr);
-                EXPECT_EQ(copy->edges[e]->id, original->edges[e]->id);
-            }
+    const ioStatus status = packettest::readFile(file, reader, [&](ioReadContext& r) {
+        ASSERT_EQ(gRead.size(), nodes.size());
+        std::vector<GNode*> byId(nodes.size(), nullptr);
+        for (auto& n : gRead) {
+            ASSERT_GE(n->id, 0);
+            ASSERT_LT(n->id, count);
+            byId[static_cast<std::size_t>(n->id)] = n.get();
         }
-        // The alias names the same number as the node.
-        EXPECT_EQ(r->getReference(&copy->inner), r->getReference(copy));
-    }
+        for (auto& original : nodes) {
+            const GNode* copy = byId[static_cast<std::size_t>(original->id)];
+            ASSERT_NE(copy, nullptr);
+            ASSERT_EQ(copy->edges.size(), original->edges.size());
+            for (std::size_t e = 0; e < copy->edges.size(); ++e) {
+                ASSERT_EQ(copy->edges[e] == nullptr, original->edges[e] == nullptr);
+                if (original->edges[e] != nullptr) {
+                    EXPECT_EQ(copy->edges[e]->id, original->edges[e]->id);
+                }
+            }
+            // The alias names the same number as the node.
+            EXPECT_EQ(r.getReference(&copy->inner), r.getReference(copy));
+        }
+    });
+    EXPECT_EQ(status, ioGood);
 }
 
 INSTANTIATE_TEST_SUITE_P(Seeds, ReferenceGraph,
@@ -298,27 +286,23 @@ TEST(ReferenceGraph, UnresolvedAndUnreferencedAreReported) {
     b.raw("^@\n1\n1 1 1\n1 2 4 8 4 8 8\n@\n   0 packetFile_string\n   1 packetFile_EOF\n");
     b.raw("   2 gnode\n@\n").i32(2).i32(1).i32(16).i32(1).i32(0).i32(1).i32(2);
     b.i32(1).i32(0).i32(0);
-    kyOS::MemoryIOStream memory;
-    packettest::fill(memory, b.out);
-    ioBufferedStreamInput in;
-    in.openIOStream(&memory);
     GraphRegistry reader;
-    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &reader));
-    ioClientReadContext client(*r);
     gRead.clear();
     gUnresolvedReports = 0;
-    r->readFile(client);
-    EXPECT_EQ(r->getStatus(), ioGood);
+    static int gReported = 0;
+    gReported = 0;
+    EXPECT_EQ(packettest::readFile(b.out, reader,
+                                   [&](ioReadContext& r) {
+                                       r.reportUnresolvedPtrs(reader.lookup("gnode"),
+                                                              [](void*, int) { ++gReported; });
+                                   }),
+              ioGood);
     ASSERT_EQ(gRead.size(), 1u);
     EXPECT_EQ(gRead[0]->edges[0], nullptr);
     EXPECT_EQ(gUnresolvedReports, 1);
-    ioPacketType* type = reader.lookup("gnode");
-    EXPECT_TRUE(type->isUnresolved());
-    EXPECT_TRUE(type->isUnreferenced());
-    static int gReported = 0;
-    gReported = 0;
-    r->reportUnresolvedPtrs(type, [](void*, int) { ++gReported; });
     EXPECT_EQ(gReported, 1);
+    EXPECT_TRUE(reader.lookup("gnode")->isUnresolved());
+    EXPECT_TRUE(reader.lookup("gnode")->isUnreferenced());
 }
 
 TEST(ReferenceGraph, MapsAreSharedAndCounted) {
@@ -340,10 +324,6 @@ TEST(ReferenceGraph, MapsAreSharedAndCounted) {
     EXPECT_EQ(shared->count(), 1);
     shared->decrementCount();
 }
-
-} // namespace
-
-namespace {
 
 struct Halting : ioClientReadContext {
     using ioClientReadContext::ioClientReadContext;
