@@ -74,29 +74,8 @@ std::string bytes(std::size_t n, unsigned seed) {
 
 class PackageFaultTest : public kytest::TempDirTest {
 protected:
-    // The package's names and entry bytes as a fresh reader sees them; false (with the code)
-    // when it does not open or an entry does not read back.
     bool contents(const std::string& file, Model& out, int& code) {
-        out.clear();
-        ioPackageFile p;
-        kyUtil::Error e = p.open(name(file));
-        code = e.code();
-        if (e.failed()) {
-            return false;
-        }
-        for (const auto& named : p.getDirectory()) {
-            // A fresh name each time: truncating a file with unwritten data makes ext4 write
-            // it out first, which would dominate the sweep's time.
-            const std::string target = path("read.bin");
-            std::filesystem::remove(target);
-            e = p.extractEntry(p.getEntry(named.second), name(target));
-            if (e.failed()) {
-                code = e.code();
-                return false;
-            }
-            out[named.first.asUTF8()] = get(target);
-        }
-        return true;
+        return iotest::packageContents(file, out, &code);
     }
 
     // An edit: what it does, the contents after it succeeds, and the names whose blocks
