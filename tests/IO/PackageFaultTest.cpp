@@ -74,10 +74,6 @@ std::string bytes(std::size_t n, unsigned seed) {
 
 class PackageFaultTest : public kytest::TempDirTest {
 protected:
-    bool contents(const std::string& file, Model& out, int& code) {
-        return iotest::packageContents(file, out, &code);
-    }
-
     // An edit: what it does, the contents after it succeeds, and the names whose blocks
     // it may write (the default mode's window).
     struct Edit {
@@ -110,40 +106,30 @@ TEST_F(PackageFaultTest, EveryCallFailsInTurn) {
     }
     const std::string pristine = get(pkg);
 
-    auto with = [&](std::initializer_list<std::pair<const std::string, std::string>> changes,
-                    std::initializer_list<std::string> removed) {
-        Model m = before;
-        for (const auto& c : changes) {
-            m[c.first] = c.second;
-        }
-        for (const auto& r : removed) {
-            m.erase(r);
-        }
-        return m;
-    };
+    Model added = before;
+    Model replaced = before;
+    Model deleted = before;
+    added["x"] = bytes(2000, 2);
+    replaced["a"] = std::string(2500, 'z');
+    deleted.erase("b");
     // An edit that failed is not updated: the caller sees the failure first.
     auto thenUpdate = [](ioPackageFile& p, kyUtil::Error e) { return e.failed() ? e : p.update(); };
     const std::vector<Edit> edits = {
         {"add a new entry, update",
          [&](ioPackageFile& p) {
-             kyUtil::Error e = p.addEntry(name(path("x")), name("x"), false);
-             return thenUpdate(p, e);
+             return thenUpdate(p, p.addEntry(name(path("x")), name("x"), false));
          },
-         with({{"x", bytes(2000, 2)}}, {}),
+         added,
          {"x"}},
         {"replace an entry compressed, update",
          [&](ioPackageFile& p) {
-             kyUtil::Error e = p.addEntry(name(path("a2")), name("a"), true);
-             return thenUpdate(p, e);
+             return thenUpdate(p, p.addEntry(name(path("a2")), name("a"), true));
          },
-         with({{"a", std::string(2500, 'z')}}, {}),
+         replaced,
          {"a"}},
         {"delete an entry, update",
-         [&](ioPackageFile& p) {
-             kyUtil::Error e = p.deleteEntry(name("b"));
-             return thenUpdate(p, e);
-         },
-         with({}, {"b"}),
+         [&](ioPackageFile& p) { return thenUpdate(p, p.deleteEntry(name("b"))); },
+         deleted,
          {"b"}},
         {"compact onto itself", [&](ioPackageFile& p) { return p.write(name(pkg)); }, before, {}},
         {"extract a compressed entry",
@@ -207,7 +193,7 @@ TEST_F(PackageFaultTest, EveryCallFailsInTurn) {
 
                     Model disk;
                     int code = 0;
-                    const bool opened = contents(pkg, disk, code);
+                    const bool opened = iotest::packageContents(pkg, disk, &code);
                     if (fault.mustSucceed) {
                         ASSERT_EQ(result.code(), 0) << log;
                         ASSERT_TRUE(opened) << "code " << code;
@@ -239,7 +225,8 @@ TEST_F(PackageFaultTest, EveryCallFailsInTurn) {
                         continue;
                     }
                     ASSERT_EQ(p.update().code(), 0);
-                    ASSERT_TRUE(contents(pkg, disk, code)) << "code " << code << "; " << log;
+                    ASSERT_TRUE(iotest::packageContents(pkg, disk, &code))
+                        << "code " << code << "; " << log;
                     std::set<std::string> names;
                     for (const auto& named : p.getDirectory()) {
                         names.insert(named.first.asUTF8());
