@@ -337,23 +337,6 @@ TEST(Lzw, DamagedStreamsDecodeAsTheModelSays) {
     }
 }
 
-TEST(Lzw, MalformedStreams) {
-    struct Case {
-        const char* what;
-        Bytes stream;
-    };
-    const Case cases[] = {
-        {"bad magic", {0x1F, 0x9E, 0x90, 0x61, 0x04, 0x06, 0x04}},
-        {"other flags", {0x1F, 0x9D, 0x8C, 0x61, 0x04, 0x06, 0x04}},
-        {"first code not a literal", {0x1F, 0x9D, 0x90, 0x02, 0x03, 0x06, 0x04}},  // 258
-        {"code beyond the next free", {0x1F, 0x9D, 0x90, 0x61, 0x06, 0x06, 0x04}}, // 97, 259
-    };
-    for (const Case& c : cases) {
-        Bytes out;
-        EXPECT_EQ(expand(c.stream, out, 64, 64), LzwDecoder::kError) << c.what;
-    }
-}
-
 // Every cut of a stream needs more input; every single flipped bit, the header's too, decodes
 // as the model says.
 TEST(Lzw, EveryTruncationAndEveryFlippedBit) {
