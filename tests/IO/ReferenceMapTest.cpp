@@ -201,6 +201,16 @@ public:
     void registerAllTypes() override { supportedType(new GNodeType()); }
 };
 
+void writeGNode(ioWriteContext& w, GNode* n) {
+    w.startPacket("gnode", n);
+    w.writeInt(n->id);
+    w.writeInt(static_cast<int>(n->edges.size()));
+    for (GNode* e : n->edges) {
+        w.writeReference(e, false);
+    }
+    w.endPacket();
+}
+
 // Seed, and whether the file is written as text rather than binary.
 class ReferenceGraph : public ::testing::TestWithParam<std::tuple<std::uint32_t, bool>> {};
 
@@ -236,14 +246,8 @@ TEST_P(ReferenceGraph, RandomGraphsComeBackIsomorphic) {
     std::map<const GNode*, int> numbers;
     const std::string file = packettest::writeFile(method, writer, [&](ioWriteContext& w) {
         for (GNode* n : order) {
-            w.startPacket("gnode", n);
+            writeGNode(w, n);
             numbers[n] = w.getReference(n);
-            w.writeInt(n->id);
-            w.writeInt(static_cast<int>(n->edges.size()));
-            for (GNode* e : n->edges) {
-                w.writeReference(e, false);
-            }
-            w.endPacket();
         }
     });
     // The same object always gets the same number; the first written gets 1.
@@ -337,18 +341,14 @@ TEST(ReferenceGraph, FilesInOneStreamShareNumbersAndHaltStops) {
     out.openIOStream(&memory);
     GraphRegistry writer;
     GNode first, second;
+    first.id = 1;
+    second.id = 2;
     second.edges.push_back(&first);
     ioWriteContextBinary w(out);
     w.associateRegistry(&writer);
     for (GNode* n : {&first, &second}) {
         w.startFile();
-        w.startPacket("gnode", n);
-        w.writeInt(n == &first ? 1 : 2);
-        w.writeInt(static_cast<int>(n->edges.size()));
-        for (GNode* e : n->edges) {
-            w.writeReference(e, false);
-        }
-        w.endPacket();
+        writeGNode(w, n);
         w.endFile();
     }
     out.close();
