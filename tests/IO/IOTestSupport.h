@@ -33,6 +33,15 @@ inline std::string get(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
+/// `n` bytes of a fixed pattern that compresses a little, different for each `seed`.
+inline std::string pattern(std::size_t n, unsigned seed) {
+    std::string s(n, '\0');
+    for (std::size_t i = 0; i < n; ++i) {
+        s[i] = static_cast<char>((i * 7 + seed * 13 + (i >> 5)) & 0xFF);
+    }
+    return s;
+}
+
 inline bool onWindows() {
     return kytest::onWindows();
 }

@@ -64,14 +64,6 @@ void reput(const std::string& file, const std::string& data) {
     put(file, data);
 }
 
-std::string bytes(std::size_t n, unsigned seed) {
-    std::string s(n, '\0');
-    for (std::size_t i = 0; i < n; ++i) {
-        s[i] = static_cast<char>((i * 31 + seed * 7 + (i >> 4)) & 0xFF);
-    }
-    return s;
-}
-
 class PackageFaultTest : public kytest::TempDirTest {
 protected:
     // An edit: what it does, the contents after it succeeds, and the names whose blocks
@@ -92,8 +84,9 @@ protected:
 
 TEST_F(PackageFaultTest, EveryCallFailsInTurn) {
     const std::string pkg = path("p.kpf");
-    const Model before = {{"a", bytes(3000, 1)}, {"b", std::string(6000, 'q')}, {"c", "1"}};
-    put(path("x"), bytes(2000, 2));
+    const Model before = {
+        {"a", iotest::pattern(3000, 1)}, {"b", std::string(6000, 'q')}, {"c", "1"}};
+    put(path("x"), iotest::pattern(2000, 2));
     put(path("a2"), std::string(2500, 'z'));
     {
         ioPackageFile p;
@@ -109,7 +102,7 @@ TEST_F(PackageFaultTest, EveryCallFailsInTurn) {
     Model added = before;
     Model replaced = before;
     Model deleted = before;
-    added["x"] = bytes(2000, 2);
+    added["x"] = iotest::pattern(2000, 2);
     replaced["a"] = std::string(2500, 'z');
     deleted.erase("b");
     // An edit that failed is not updated: the caller sees the failure first.

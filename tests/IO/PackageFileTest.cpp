@@ -19,6 +19,7 @@ namespace {
 
 using iotest::get;
 using iotest::name;
+using iotest::pattern;
 using iotest::put;
 using kyString::IString;
 
@@ -90,14 +91,6 @@ void writeDirectory(const IString& file, std::int64_t at, const std::string& dat
     w.reset();
     out.close();
     ASSERT_TRUE(out.good());
-}
-
-std::string pattern(std::size_t n, unsigned seed) {
-    std::string s(n, '\0');
-    for (std::size_t i = 0; i < n; ++i) {
-        s[i] = static_cast<char>((i * 7 + seed * 13 + (i >> 5)) & 0xFF);
-    }
-    return s;
 }
 
 TEST_F(PackageFileTest, FreshPackageWithoutUpdateKeepsMinusOneAndIsRejected) {
