@@ -23,14 +23,10 @@ namespace {
 TEST(ReferenceMap, NumbersRecordsAndPages) {
     ioReferenceMapImpl map;
     int a = 0, b = 0;
-    EXPECT_EQ(map.lookup(nullptr), 0);
-    EXPECT_EQ(map.lookup(&a), -1);
-    EXPECT_EQ(map.newReference(&a), 1);
-    EXPECT_EQ(map.newReference(&b), 2);
-    EXPECT_EQ(map.lookup(&a), 1);
-    EXPECT_EQ(map.getCapacity(), 10);
+    EXPECT_EQ(map.lookup(nullptr), 0); // (numbering and lookups: the model test below)
+    EXPECT_EQ(map.getCapacity(), 0);
     // Growth steps: 10, 100, 1,000, then the number plus 20,000.
-    const std::pair<int, int> growth[] = {{9, 10}, {10, 100}, {999, 1000}, {1250, 21250}};
+    const std::pair<int, int> growth[] = {{1, 10}, {9, 10}, {10, 100}, {999, 1000}, {1250, 21250}};
     for (const auto& step : growth) {
         map.define(step.first, &b, false);
         EXPECT_EQ(map.getCapacity(), step.second) << step.first;
@@ -46,9 +42,7 @@ TEST(ReferenceMap, NumbersRecordsAndPages) {
     map.define(0, &a, false); // ignored
     map.define(5, nullptr, false);
     EXPECT_EQ(map.definition(5), nullptr);
-    EXPECT_EQ(map.newReference(&a), 1251); // numbers taken by definitions are not reused
     map.undefine(&b);
-    EXPECT_EQ(map.lookup(&b), -1);
     EXPECT_EQ(map.definition(1250), nullptr);
 }
 
