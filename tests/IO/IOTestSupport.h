@@ -1,4 +1,5 @@
-// IOTestSupport.h - small helpers shared by the serialization tests.
+// IOTestSupport.h - small helpers shared by the serialization tests: files, a buffer over a
+// string, a package read back, and the tools run as programs.
 #ifndef KY_TESTS_IO_SUPPORT_H
 #define KY_TESTS_IO_SUPPORT_H
 
@@ -9,12 +10,14 @@
 #include <kyTestProcess.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 

@@ -565,11 +565,12 @@ TEST_F(PackageFileTest, CrashSafeModeKeepsTheOnDiskStateUntilUpdate) {
     ASSERT_EQ(disk1.substr(61, 24), pointerField(dir1));
     const std::string oldDirectory = disk1.substr(static_cast<std::size_t>(dir1));
 
-    // Replacing "a" by a smaller entry must not reuse its block, nor the directory's bytes.
+    // With "b" (the block before the directory) deleted, replacing "a" by a smaller entry must
+    // reuse neither their blocks nor the directory's bytes.
+    ASSERT_EQ(p.deleteEntry(IString(L"b")).code(), 0);
     ASSERT_EQ(p.addEntry(src("a2", pattern(100, 3)), name("a"), false).code(), 0);
     EXPECT_GE(p.getEntry(IString(L"a"))->getOffset(),
               dir1 + static_cast<std::int64_t>(oldDirectory.size()));
-    ASSERT_EQ(p.deleteEntry(IString(L"b")).code(), 0);
     const std::string unsaved = get(path("p.kpf"));
     EXPECT_EQ(unsaved.substr(0, disk1.size()), disk1) << "bytes the old state names changed";
 
