@@ -1,5 +1,5 @@
 // AsciiPacketTest.cpp - text packet files character for character: escapes, extreme numbers,
-// chunks and sub-packets, the debug tags, and round trips against the binary encoding.
+// chunks and sub-packets, the debug tags, and what they read back as.
 #include "PacketTestSupport.h"
 
 #include <Base/IO/ioAsciiContext.h>
@@ -8,8 +8,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -37,33 +37,14 @@ public:
 };
 
 std::string writeFile(ioWriteMethod method, const std::function<void(ioWriteContext&)>& body) {
-    kyOS::MemoryIOStream memory;
-    ioBufferedStreamOutput out;
-    out.openIOStream(&memory);
     ScriptRegistry registry;
-    std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, method, &registry));
-    w->startFile();
-    body(*w);
-    w->endFile();
-    EXPECT_EQ(w->getStatus(), ioGood);
-    out.close();
-    return packettest::contents(memory);
+    return packettest::writeFile(method, registry, body);
 }
 
 ioStatus readFile(const std::string& bytes, const std::function<void(ioReadContext&)>& script) {
     gScript = script;
-    kyOS::MemoryIOStream memory;
-    packettest::fill(memory, bytes);
-    ioBufferedStreamInput in;
-    in.openIOStream(&memory);
     ScriptRegistry registry;
-    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &registry));
-    if (r == nullptr) {
-        return ioOpenFailed;
-    }
-    ioClientReadContext client(*r);
-    r->readFile(client);
-    return r->getStatus();
+    return packettest::readFile(bytes, registry);
 }
 
 // One value of every kind at its extremes, written and read in the same order.
@@ -129,8 +110,7 @@ TEST(AsciiPacket, WriterProducesTheHandWrittenText) {
     // And back: every value, the escapes undone, the empty chunk without data.
     std::vector<std::string> texts;
     Extremes got;
-    got.b = false, got.c = got.s = got.i = 0, got.uc = 0, got.us = 0, got.u = 0, got.l = 0;
-    got.ul = 0;
+    std::memset(static_cast<void*>(&got), 0, sizeof got);
     bool emptyChunk = true;
     bool inner = true;
     int i = 0;
@@ -154,26 +134,18 @@ TEST(AsciiPacket, WriterProducesTheHandWrittenText) {
     EXPECT_EQ(texts, (std::vector<std::string>{"a\"b{c}", all, "", ""}));
     EXPECT_FALSE(emptyChunk);
     EXPECT_FALSE(inner);
-    EXPECT_EQ(got.b, e.b);
-    EXPECT_EQ(got.c, e.c);
-    EXPECT_EQ(got.uc, e.uc);
-    EXPECT_EQ(got.s, e.s);
-    EXPECT_EQ(got.us, e.us);
-    EXPECT_EQ(got.i, e.i);
-    EXPECT_EQ(got.u, e.u);
-    EXPECT_EQ(got.l, e.l);
-    EXPECT_EQ(got.ul, e.ul);
-    EXPECT_TRUE(std::signbit(got.f[0]) && got.f[0] == 0);
-    EXPECT_EQ(got.f[1], e.f[1]);
-    EXPECT_EQ(got.f[2], e.f[2]);
-    EXPECT_EQ(got.f[3], 3.402823e38f); // seven digits: the largest float does not come back
+    // Written again, the values give the same text: signs of zero, infinities, NaN and the
+    // denormals all came back. Seven digits do not bring the largest float back, though.
+    const auto asText = [](const Extremes& values) {
+        return writeFile(ioWriteAscii, [&](ioWriteContext& w) {
+            w.startPacket("node", nullptr);
+            writeExtremes(w, values);
+            w.endPacket();
+        });
+    };
+    EXPECT_EQ(asText(got), asText(e));
+    EXPECT_EQ(got.f[3], 3.402823e38f);
     EXPECT_NE(got.f[3], e.f[3]);
-    EXPECT_TRUE(!std::signbit(got.d[0]) && got.d[0] == 0);
-    EXPECT_TRUE(std::signbit(got.d[1]) && got.d[1] == 0);
-    EXPECT_EQ(got.d[2], e.d[2]);
-    EXPECT_EQ(got.d[3], e.d[3]);
-    EXPECT_TRUE(std::isnan(got.d[4]));
-    EXPECT_EQ(got.d[5], 0.1);
 }
 
 TEST(AsciiPacket, DebugFormTagsEveryValueAndReference) {
@@ -205,18 +177,6 @@ TEST(AsciiPacket, DebugFormTagsEveryValueAndReference) {
     EXPECT_EQ(got, "x}");
     EXPECT_EQ(back[1], -7);
     EXPECT_EQ(self, &object);
-
-    // A Short read as an Int stops with both kinds named.
-    const std::string shortFirst = writeFile(ioWriteAsciiDebug, [&](ioWriteContext& w) {
-        w.startPacket("node", nullptr);
-        w.writeShort(3);
-        w.endPacket();
-    });
-    Capture capture;
-    EXPECT_THROW(readFile(shortFirst, [&](ioReadContext& r) { r.readInt(i); }), Capture::Stopped);
-    EXPECT_NE(Capture::text().find("   got: Short (68)\n   expected: Int (69)\n"),
-              std::string::npos)
-        << Capture::text();
 }
 
 TEST(AsciiPacket, ReaderPassesOverTextBetweenPacketsAndSkipsWhatIsNotRead) {
@@ -317,81 +277,6 @@ TEST(AsciiPacket, PacketsBeyondTheInitialAreaGrowIt) {
               ioGood);
     EXPECT_EQ(gotText, longText);
     EXPECT_EQ(got, values);
-}
-
-// A record of every kind with values that text carries exactly, for the binary comparison.
-struct Record {
-    bool b;
-    char c;
-    unsigned char uc;
-    short s;
-    unsigned short us;
-    int i;
-    unsigned int u;
-    std::int64_t l;
-    std::uint64_t ul;
-    float f;
-    double d;
-    std::string text;
-    int ai[3];
-};
-
-void writeRecords(ioWriteContext& w, const std::vector<Record>& records) {
-    for (const Record& r : records) {
-        w.startPacket("node", nullptr);
-        w.writeBool(r.b), w.writeChar(r.c), w.writeUChar(r.uc), w.writeShort(r.s);
-        w.writeUShort(r.us), w.writeInt(r.i), w.writeUInt(r.u), w.writeInt64(r.l);
-        w.writeUInt64(r.ul);
-        w.startChunk();
-        w.writeFloat(r.f), w.writeDouble(r.d), w.writeCString(r.text.c_str());
-        w.startSubPacket();
-        w.writeIntArray(r.ai, 3);
-        w.endSubPacket();
-        w.endPacket();
-    }
-}
-
-TEST(AsciiPacket, BinaryThroughTextAndBackIsByteIdentical) {
-    std::vector<Record> records;
-    for (int k = 0; k < 40; ++k) {
-        Record r{k % 2 == 0,
-                 static_cast<char>(k * 37),
-                 static_cast<unsigned char>(k * 91),
-                 static_cast<short>(k * -811),
-                 static_cast<unsigned short>(k * 1601),
-                 k * -70001,
-                 static_cast<unsigned int>(k) * 100000007u,
-                 static_cast<std::int64_t>(k) * -230000000000007LL,
-                 static_cast<std::uint64_t>(k) * 0x0123456789ABCDEFULL,
-                 static_cast<float>(k) * 0.375f,
-                 static_cast<double>(k) / 1024.0 - 3.0,
-                 std::string(static_cast<std::size_t>(k % 7), static_cast<char>('[' + k % 3)) +
-                     "\\{}\"<>",
-                 {k, -k, k * k}};
-        records.push_back(r);
-    }
-    const std::string binary =
-        writeFile(ioWriteBinary, [&](ioWriteContext& w) { writeRecords(w, records); });
-    const std::string text =
-        writeFile(ioWriteAscii, [&](ioWriteContext& w) { writeRecords(w, records); });
-    std::vector<Record> back;
-    ASSERT_EQ(readFile(text,
-                       [&](ioReadContext& r) {
-                           Record x{};
-                           r.readBool(x.b), r.readChar(x.c), r.readUChar(x.uc);
-                           r.readShort(x.s), r.readUShort(x.us), r.readInt(x.i);
-                           r.readUInt(x.u), r.readInt64(x.l), r.readUInt64(x.ul);
-                           r.nextChunk();
-                           r.readFloat(x.f), r.readDouble(x.d);
-                           x.text = r.readCString();
-                           r.startSubPacket();
-                           r.readIntArray(x.ai, 3);
-                           r.endSubPacket();
-                           back.push_back(x);
-                       }),
-              ioGood);
-    ASSERT_EQ(back.size(), records.size());
-    EXPECT_EQ(writeFile(ioWriteBinary, [&](ioWriteContext& w) { writeRecords(w, back); }), binary);
 }
 
 } // namespace

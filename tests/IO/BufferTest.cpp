@@ -1,5 +1,5 @@
 // BufferTest.cpp - ioBuffer's buffered transfers against a plain string, over a buffer in memory.
-#include <Base/IO/internal/ioBuffer.h>
+#include "IOTestSupport.h"
 
 #include <kyTestSupport.h>
 
@@ -11,33 +11,6 @@
 
 namespace {
 
-// A terminal buffer over a string: reads serve `source` in blocks of at most `blockLimit`
-// bytes, writes append to `sink`; every block size is recorded.
-class MemoryBuffer : public ioBuffer {
-public:
-    MemoryBuffer(bool reading, int capacity) : ioBuffer(reading, capacity) {}
-    int getBufferType() override { return 99; }
-    void close() override {}
-    int readBlock(char* data, int length) override {
-        const int n = std::min({length, blockLimit, static_cast<int>(source.size() - offset)});
-        blocks.push_back(n);
-        source.copy(data, static_cast<std::size_t>(n), offset);
-        offset += static_cast<std::size_t>(n);
-        if (n == 0) {
-            setStatus(ioBufferEndOfData);
-        }
-        return n;
-    }
-    void writeBlock(const char* data, int length) override {
-        blocks.push_back(length);
-        sink.append(data, static_cast<std::size_t>(length));
-    }
-    std::string source, sink;
-    std::size_t offset = 0;
-    int blockLimit = 1 << 30;
-    std::vector<int> blocks;
-};
-
 int gProgressCalls = 0;
 int gProgressLast = 0;
 void recordProgress(int total) {
@@ -46,7 +19,7 @@ void recordProgress(int total) {
 }
 
 TEST(BufferTest, ExactlyFullIsPendingAndOneMoreWritesOneBlock) {
-    MemoryBuffer b(false, 8);
+    iotest::MemoryBuffer b(false, 8);
     gProgressCalls = 0;
     b.associateProgressFunction(&recordProgress);
     b.write("12345678", 8);
@@ -60,20 +33,20 @@ TEST(BufferTest, ExactlyFullIsPendingAndOneMoreWritesOneBlock) {
     EXPECT_EQ(b.getTotal(), 9);
     EXPECT_EQ(gProgressCalls, 2);
     EXPECT_EQ(gProgressLast, 9);
-    MemoryBuffer big(false, 8); // more than a block at once: whole blocks, the rest pending
+    iotest::MemoryBuffer big(false, 8); // more than a block at once: whole blocks, the rest pending
     big.write("abcdefghijklmnopqrst", 20);
     EXPECT_EQ(big.blocks, (std::vector<int>{8, 8}));
     EXPECT_EQ(big.getPosition(), 4);
 }
 
 TEST(BufferTest, BadStatusRefusesTransfersAndReadingBuffersDropWrites) {
-    MemoryBuffer w(false, 4);
+    iotest::MemoryBuffer w(false, 4);
     w.write("ab", 2);
     w.setStatus(ioBufferError);
     w.write("cdefgh", 6);
     w.flush();
     EXPECT_TRUE(w.sink.empty());
-    MemoryBuffer r(true, 4);
+    iotest::MemoryBuffer r(true, 4);
     r.source = "abcdef";
     char out[4];
     EXPECT_EQ(r.read(out, 0), 0);
@@ -103,15 +76,15 @@ TEST(BufferTest, StatusPromotionAndFlushChain) {
         {ioBufferError, false, ioBufferError},
     };
     for (const Row& row : rows) {
-        MemoryBuffer top(true, 4);
-        top.setNext(new MemoryBuffer(true, 4));
+        iotest::MemoryBuffer top(true, 4);
+        top.setNext(new iotest::MemoryBuffer(true, 4));
         top.setStatus(kept);
         top.getNext()->setStatus(row.below);
         top.promoteStatusFromNext(row.includeEnd);
         EXPECT_EQ(top.getStatus(), row.expected) << row.below << " " << row.includeEnd;
     }
-    MemoryBuffer top(false, 4);
-    auto* below = new MemoryBuffer(false, 4);
+    iotest::MemoryBuffer top(false, 4);
+    auto* below = new iotest::MemoryBuffer(false, 4);
     top.setNext(below);
     top.write("ab", 2);
     below->write("xyz", 3);
@@ -135,7 +108,7 @@ TEST(BufferTest, RandomTransfersMatchAPlainString) {
             c = static_cast<char>(random.range(0, 255));
         }
         const int capacity = random.range(1, 300);
-        MemoryBuffer r(true, capacity);
+        iotest::MemoryBuffer r(true, capacity);
         r.source = text;
         r.blockLimit = random.range(1, capacity);
         std::string got;
@@ -147,7 +120,7 @@ TEST(BufferTest, RandomTransfersMatchAPlainString) {
         EXPECT_EQ(got, text) << "round " << round;
         EXPECT_EQ(r.getTotal(), static_cast<int>(text.size()));
 
-        MemoryBuffer w(false, capacity);
+        iotest::MemoryBuffer w(false, capacity);
         for (std::size_t at = 0, n = 0; at < text.size(); at += n) {
             n = std::min(text.size() - at, static_cast<std::size_t>(random.range(1, 700)));
             w.write(text.data() + at, static_cast<int>(n));

@@ -55,25 +55,4 @@ TEST(FilterStream, StackedSectionsBetweenPlainBytes) {
     EXPECT_EQ(std::string(tail), "tail");
 }
 
-TEST(FilterStream, TheEndOfACompressedSectionIsClearedWhenCompressionGoesOff) {
-    kyOS::MemoryIOStream memory;
-    ioBufferedStreamOutput out;
-    out.openIOStream(&memory);
-    out.compress(true);
-    out.writeString("abcabcabc");
-    out.compress(false);
-    out.writeString("!");
-    out.close();
-
-    ioBufferedStreamInput in;
-    in.openIOStream(&memory);
-    in.compress(true);
-    char text[20] = {};
-    EXPECT_EQ(in.readData(text, sizeof text), 9);
-    EXPECT_EQ(in.getStatus(), ioStreamEndOfCompressed);
-    in.compress(false);
-    EXPECT_TRUE(in.good());
-    EXPECT_EQ(in.readChar(), '!');
-}
-
 } // namespace

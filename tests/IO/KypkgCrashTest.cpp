@@ -1,6 +1,8 @@
 // KypkgCrashTest.cpp - SIGKILLs at random moments of kypkg add, delete and compact on a
 // package of a few thousand small files. After each kill the package opens, `kypkg verify`
 // passes, and its names and bytes are those before the command or those after it.
+#include "IOTestSupport.h"
+
 #include <Base/IO/ioPackageFile.h>
 
 #include <kyTestProcess.h>
@@ -28,33 +30,8 @@ constexpr std::uint32_t kSeed = 20261124; // change it to explore other moments
 constexpr int kFiles = 2500;
 constexpr int kKillsPerCommand = 70;
 
-// The package's names and bytes; false when it does not open or an entry does not read.
 bool contentsOf(const fs::path& file, Contents& contents) {
-    contents.clear();
-    std::error_code ec;
-    ioPackageFile package;
-    if (!fs::is_regular_file(file, ec) ||
-        package.open(kyString::IString(file.string().c_str())).failed()) {
-        return false;
-    }
-    for (const auto& named : package.getDirectory()) {
-        const ioPackageFileEntry* entry = package.getEntry(named.second);
-        ioBufferedStreamInput in;
-        in.openPackageFileEntry(entry);
-        if (entry->getCompressed()) {
-            in.compress(true);
-            in.checksum(true);
-        }
-        std::string& bytes = contents[named.first.asMultibyte()];
-        char chunk[4096];
-        for (int got; (got = in.readData(chunk, sizeof chunk)) > 0;) {
-            bytes.append(chunk, static_cast<std::size_t>(got));
-        }
-        if (in.getStatus() != ioStreamEndOfFile && in.getStatus() != ioStreamEndOfCompressed) {
-            return false;
-        }
-    }
-    return true;
+    return iotest::packageContents(file.string(), contents);
 }
 
 #ifdef KYPKG_PATH

@@ -1,6 +1,8 @@
 // KypkgTest.cpp - the package tool run as a program: a tree of nested, binary and empty files
 // through create, list, extract and cat, plain and compressed; every exit code from a real
 // cause; hostile entry names written into a package's directory by hand.
+#include "IOTestSupport.h"
+
 #include <Base/IO/ioPackageFile.h>
 
 #include <kyTestSupport.h>
@@ -36,26 +38,14 @@ protected:
     }
     // Runs the tool with `arguments`; its exit code, standard output and standard error.
     int run(const std::string& arguments) {
-        std::string command = "\"" + kTool + "\" " + arguments + " > \"" + path("out.txt") +
-                              "\" 2> \"" + path("err.txt") + "\"";
-        if (kTool.size() > 4 && kTool.compare(kTool.size() - 4, 4, ".exe") == 0) {
-            // Under the Windows command interpreter: the build tree is drive Z:, and the
-            // interpreter takes the outermost quotes off the whole line.
-            command = "\"" + (kTool[0] == '/' ? "\"Z:" + command.substr(1) : command) + "\"";
-        }
-        const int status = std::system(command.c_str());
-        out_ = read(path("out.txt"));
-        err_ = read(path("err.txt"));
-        text_ = out_; // text lines end in "\r\n" on Windows; entry bytes do not
-        text_.erase(std::remove(text_.begin(), text_.end(), '\r'), text_.end());
-        return (status & 0xFF) == 0 ? status >> 8 : status; // POSIX keeps it in the second byte
+        const int code = iotest::runTool(kTool, arguments, "", path("out.txt"), path("err.txt"));
+        out_ = iotest::get(path("out.txt"));
+        err_ = iotest::get(path("err.txt"));
+        text_ = iotest::withoutCR(out_); // text lines end in "\r\n" on Windows; entry bytes do not
+        return code;
     }
     std::string q(const std::string& leaf) const { return "\"" + path(leaf) + "\""; }
 
-    static std::string read(const fs::path& name) {
-        std::ifstream in(name, std::ios::binary);
-        return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    }
     void write(const Tree& tree, const std::string& root) {
         for (const auto& file : tree) {
             const fs::path name = dir() / root / file.first;
@@ -68,7 +58,7 @@ protected:
         for (const auto& file : fs::recursive_directory_iterator(dir() / root)) {
             if (file.is_regular_file()) {
                 tree[file.path().lexically_relative(dir() / root).generic_string()] =
-                    read(file.path());
+                    iotest::get(file.path().string());
             }
         }
         return tree;
@@ -198,7 +188,7 @@ TEST_F(Kypkg, HostileNamesLandInsideTheTargetOrAreRefused) {
     }
     ASSERT_TRUE(package.update().ok());
     package.close();
-    std::string bytes = read(path("h.kpf"));
+    std::string bytes = iotest::get(path("h.kpf"));
     for (std::size_t i = 0; i < std::size(names); ++i) {
         bytes.replace(bytes.rfind(placeholder(i)), names[i].size(), names[i]);
     }
@@ -209,7 +199,7 @@ TEST_F(Kypkg, HostileNamesLandInsideTheTargetOrAreRefused) {
         if (lands[i].empty()) {
             EXPECT_NE(err_.find(names[i] + ": refused"), std::string::npos) << err_;
         } else {
-            EXPECT_EQ(read(dir() / "deep/out" / lands[i]), "payload") << names[i];
+            EXPECT_EQ(iotest::get((dir() / "deep/out" / lands[i]).string()), "payload") << names[i];
         }
     }
     // Nothing was written anywhere but under the target.

@@ -64,41 +64,8 @@ void reput(const std::string& file, const std::string& data) {
     put(file, data);
 }
 
-std::string bytes(std::size_t n, unsigned seed) {
-    std::string s(n, '\0');
-    for (std::size_t i = 0; i < n; ++i) {
-        s[i] = static_cast<char>((i * 31 + seed * 7 + (i >> 4)) & 0xFF);
-    }
-    return s;
-}
-
 class PackageFaultTest : public kytest::TempDirTest {
 protected:
-    // The package's names and entry bytes as a fresh reader sees them; false (with the code)
-    // when it does not open or an entry does not read back.
-    bool contents(const std::string& file, Model& out, int& code) {
-        out.clear();
-        ioPackageFile p;
-        kyUtil::Error e = p.open(name(file));
-        code = e.code();
-        if (e.failed()) {
-            return false;
-        }
-        for (const auto& named : p.getDirectory()) {
-            // A fresh name each time: truncating a file with unwritten data makes ext4 write
-            // it out first, which would dominate the sweep's time.
-            const std::string target = path("read.bin");
-            std::filesystem::remove(target);
-            e = p.extractEntry(p.getEntry(named.second), name(target));
-            if (e.failed()) {
-                code = e.code();
-                return false;
-            }
-            out[named.first.asUTF8()] = get(target);
-        }
-        return true;
-    }
-
     // An edit: what it does, the contents after it succeeds, and the names whose blocks
     // it may write (the default mode's window).
     struct Edit {
@@ -117,8 +84,9 @@ protected:
 
 TEST_F(PackageFaultTest, EveryCallFailsInTurn) {
     const std::string pkg = path("p.kpf");
-    const Model before = {{"a", bytes(3000, 1)}, {"b", std::string(6000, 'q')}, {"c", "1"}};
-    put(path("x"), bytes(2000, 2));
+    const Model before = {
+        {"a", iotest::pattern(3000, 1)}, {"b", std::string(6000, 'q')}, {"c", "1"}};
+    put(path("x"), iotest::pattern(2000, 2));
     put(path("a2"), std::string(2500, 'z'));
     {
         ioPackageFile p;
@@ -131,40 +99,30 @@ TEST_F(PackageFaultTest, EveryCallFailsInTurn) {
     }
     const std::string pristine = get(pkg);
 
-    auto with = [&](std::initializer_list<std::pair<const std::string, std::string>> changes,
-                    std::initializer_list<std::string> removed) {
-        Model m = before;
-        for (const auto& c : changes) {
-            m[c.first] = c.second;
-        }
-        for (const auto& r : removed) {
-            m.erase(r);
-        }
-        return m;
-    };
+    Model added = before;
+    Model replaced = before;
+    Model deleted = before;
+    added["x"] = iotest::pattern(2000, 2);
+    replaced["a"] = std::string(2500, 'z');
+    deleted.erase("b");
     // An edit that failed is not updated: the caller sees the failure first.
     auto thenUpdate = [](ioPackageFile& p, kyUtil::Error e) { return e.failed() ? e : p.update(); };
     const std::vector<Edit> edits = {
         {"add a new entry, update",
          [&](ioPackageFile& p) {
-             kyUtil::Error e = p.addEntry(name(path("x")), name("x"), false);
-             return thenUpdate(p, e);
+             return thenUpdate(p, p.addEntry(name(path("x")), name("x"), false));
          },
-         with({{"x", bytes(2000, 2)}}, {}),
+         added,
          {"x"}},
         {"replace an entry compressed, update",
          [&](ioPackageFile& p) {
-             kyUtil::Error e = p.addEntry(name(path("a2")), name("a"), true);
-             return thenUpdate(p, e);
+             return thenUpdate(p, p.addEntry(name(path("a2")), name("a"), true));
          },
-         with({{"a", std::string(2500, 'z')}}, {}),
+         replaced,
          {"a"}},
         {"delete an entry, update",
-         [&](ioPackageFile& p) {
-             kyUtil::Error e = p.deleteEntry(name("b"));
-             return thenUpdate(p, e);
-         },
-         with({}, {"b"}),
+         [&](ioPackageFile& p) { return thenUpdate(p, p.deleteEntry(name("b"))); },
+         deleted,
          {"b"}},
         {"compact onto itself", [&](ioPackageFile& p) { return p.write(name(pkg)); }, before, {}},
         {"extract a compressed entry",
@@ -228,7 +186,7 @@ TEST_F(PackageFaultTest, EveryCallFailsInTurn) {
 
                     Model disk;
                     int code = 0;
-                    const bool opened = contents(pkg, disk, code);
+                    const bool opened = iotest::packageContents(pkg, disk, &code);
                     if (fault.mustSucceed) {
                         ASSERT_EQ(result.code(), 0) << log;
                         ASSERT_TRUE(opened) << "code " << code;
@@ -260,7 +218,8 @@ TEST_F(PackageFaultTest, EveryCallFailsInTurn) {
                         continue;
                     }
                     ASSERT_EQ(p.update().code(), 0);
-                    ASSERT_TRUE(contents(pkg, disk, code)) << "code " << code << "; " << log;
+                    ASSERT_TRUE(iotest::packageContents(pkg, disk, &code))
+                        << "code " << code << "; " << log;
                     std::set<std::string> names;
                     for (const auto& named : p.getDirectory()) {
                         names.insert(named.first.asUTF8());

@@ -13,11 +13,13 @@
 #include <optional>
 #include <string>
 #include <tuple>
+#include <vector>
 
 namespace {
 
 using iotest::get;
 using iotest::name;
+using iotest::pattern;
 using iotest::put;
 using kyString::IString;
 
@@ -30,6 +32,14 @@ protected:
     IString src(const std::string& leaf, const std::string& bytes) {
         put(path(leaf), bytes);
         return name(path(leaf));
+    }
+    // Opens `p` on the test's package and adds `entries` (name -> bytes) to it.
+    void fill(ioPackageFile& p, const std::vector<std::pair<std::string, std::string>>& entries,
+              bool compress = false) {
+        ASSERT_EQ(p.open(pkg()).code(), 0);
+        for (const auto& e : entries) {
+            ASSERT_EQ(p.addEntry(src("in", e.second), name(e.first), compress).code(), 0);
+        }
     }
     std::string extract(ioPackageFile& p, const IString& entry) {
         EXPECT_EQ(p.extractEntry(p.getEntry(entry), name(path("out.bin"))).code(), 0);
@@ -48,12 +58,39 @@ protected:
 std::string text(const kyUtil::Error& e) {
     return e.hasMessage() ? e.message() : "";
 }
-std::string pattern(std::size_t n, unsigned seed) {
-    std::string s(n, '\0');
-    for (std::size_t i = 0; i < n; ++i) {
-        s[i] = static_cast<char>((i * 7 + seed * 13 + (i >> 5)) & 0xFF);
+// The code and the message, to compare in one line.
+std::string said(const kyUtil::Error& e) {
+    return std::to_string(e.code()) + " " + text(e);
+}
+// Writes `data` at `at` of `file`, then a directory as the package writes one: a packet per
+// (name, offset, size) block, each with a reference when `reference`, an integer for the name
+// when `wrongKind`.
+using Block = std::tuple<std::string, std::int64_t, std::int64_t>;
+void writeDirectory(const IString& file, std::int64_t at, const std::string& data,
+                    ioWriteMethod method, const std::vector<Block>& blocks, bool reference = false,
+                    bool wrongKind = false) {
+    ioBufferedStreamOutput out;
+    out.truncateOnOpen(false);
+    out.openFile(file);
+    ASSERT_TRUE(out.seek(at));
+    out.writeData(data.data(), static_cast<int>(data.size()));
+    ioPackageIO::PackageRegistry registry(false);
+    std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, method, &registry));
+    w->startFile();
+    static const int anchors[4] = {};
+    for (std::size_t i = 0; i < blocks.size(); ++i) {
+        w->startPacket("package.entry", reference ? &anchors[i] : nullptr);
+        wrongKind ? w->writeInt64(7) : w->writeCString(std::get<0>(blocks[i]).c_str());
+        w->writeInt64(std::get<1>(blocks[i]));
+        w->writeInt64(std::get<2>(blocks[i]));
+        w->writeInt64(7);
+        w->writeBool(false);
+        w->endPacket();
     }
-    return s;
+    w->endFile();
+    w.reset();
+    out.close();
+    ASSERT_TRUE(out.good());
 }
 
 TEST_F(PackageFileTest, FreshPackageWithoutUpdateKeepsMinusOneAndIsRejected) {
@@ -64,16 +101,13 @@ TEST_F(PackageFileTest, FreshPackageWithoutUpdateKeepsMinusOneAndIsRejected) {
     EXPECT_EQ(get(path("p.kpf")), header(-1));
     EXPECT_FALSE(ioPackageFile::isFilePackageFile(pkg()));
     ioPackageFile again;
-    kyUtil::Error e = again.open(pkg());
-    EXPECT_EQ(e.code(), 17);
-    EXPECT_EQ(text(e), "The file is not a package file: " + path("p.kpf"));
+    EXPECT_EQ(said(again.open(pkg())), "17 The file is not a package file: " + path("p.kpf"));
     EXPECT_TRUE(again.getPackageFileName().isEmpty());
 }
 
 TEST_F(PackageFileTest, LayoutDirectoryAndRoundTrip) {
     ioPackageFile p;
-    ASSERT_EQ(p.open(pkg()).code(), 0);
-    ASSERT_EQ(p.addEntry(src("a", "hello"), name("dir\\a.txt"), false).code(), 0);
+    fill(p, {{"dir\\a.txt", "hello"}});
     ASSERT_EQ(p.addEntry(src("b", ""), name("b"), true).code(), 0);
     ASSERT_EQ(p.update().code(), 0);
     p.close();
@@ -90,7 +124,6 @@ TEST_F(PackageFileTest, LayoutDirectoryAndRoundTrip) {
     ASSERT_NE(a, nullptr);
     EXPECT_EQ(a->getOffset(), kData);
     EXPECT_EQ(a->getSize(), 5);
-    EXPECT_EQ(a->getPackageName(), pkg());
     const ioPackageFileEntry* b = q.getEntry(IString(L"b"));
     ASSERT_NE(b, nullptr); // a 0-byte file asked to compress is stored plain, size 0
     EXPECT_FALSE(b->getCompressed());
@@ -105,11 +138,7 @@ TEST_F(PackageFileTest, LayoutDirectoryAndRoundTrip) {
     ASSERT_EQ(q.expand(name(path("tree"))).code(), 0);
     EXPECT_EQ(get(path("tree/dir/a.txt")), "hello");
 
-    ioBufferedStreamInput in;
-    in.openPackageFileEntry(a);
-    char got[8] = {};
-    EXPECT_EQ(in.readData(got, 8), 5);
-    EXPECT_EQ(std::string(got), "hello");
+    ioBufferedStreamInput in; // (entries read through streams: iotest::packageContents)
     in.openPackageFileEntry(nullptr);
     EXPECT_EQ(in.getStatus(), ioStreamError);
     ioPackageFileEntry loose;
@@ -125,9 +154,7 @@ TEST_F(PackageFileTest, CompressionOnlyWhenSmaller) {
     }
     const std::string plain(20000, 'z');
     ioPackageFile p;
-    ASSERT_EQ(p.open(pkg()).code(), 0);
-    ASSERT_EQ(p.addEntry(src("n", noise), name("noise"), true).code(), 0);
-    ASSERT_EQ(p.addEntry(src("z", plain), name("zeds"), true).code(), 0);
+    fill(p, {{"noise", noise}, {"zeds", plain}}, true);
     EXPECT_FALSE(p.getEntry(IString(L"noise"))->getCompressed());
     EXPECT_EQ(p.getEntry(IString(L"noise"))->getSize(), 3000);
     EXPECT_TRUE(p.getEntry(IString(L"zeds"))->getCompressed());
@@ -141,45 +168,13 @@ TEST_F(PackageFileTest, CompressionOnlyWhenSmaller) {
     const std::int64_t at = p.getEntry(IString(L"zeds"))->getOffset() + 40;
     bytes[static_cast<std::size_t>(at)] ^= 0x5A;
     put(path("p.kpf"), bytes);
-    kyUtil::Error e = p.extractEntry(p.getEntry(IString(L"zeds")), name(path("bad.bin")));
-    EXPECT_EQ(e.code(), 9);
-    EXPECT_EQ(text(e), "Error reading package file entry: zeds");
-}
-
-TEST_F(PackageFileTest, BlocksAreReusedFirstFitAndFreedNeighboursMerge) {
-    ioPackageFile p;
-    ASSERT_EQ(p.open(pkg()).code(), 0);
-    for (const char* n : {"a", "b", "c", "d"}) {
-        ASSERT_EQ(p.addEntry(src(n, std::string(100, n[0])), name(n), false).code(), 0);
-    }
-    // A smaller replacement reuses the old block; the rest stays free after it.
-    ASSERT_EQ(p.addEntry(src("b2", std::string(60, 'B')), name("b"), false).code(), 0);
-    EXPECT_EQ(p.getEntry(IString(L"b"))->getOffset(), kData + 100);
-    EXPECT_EQ(p.getEntry(2), nullptr); // the 40-byte remainder
-    // A larger one goes to the end.
-    ASSERT_EQ(p.addEntry(src("a2", std::string(150, 'A')), name("a"), false).code(), 0);
-    EXPECT_EQ(p.getEntry(IString(L"a"))->getOffset(), kData + 400);
-    // Freeing c (between the 40-byte hole and d) merges the holes, then b joins them.
-    ASSERT_EQ(p.deleteEntry(IString(L"c")).code(), 0);
-    ASSERT_EQ(p.deleteEntry(IString(L"b")).code(), 0);
-    EXPECT_EQ(p.getEntry(0), nullptr);
-    const ioPackageFileEntry* d = p.getEntry(1);
-    ASSERT_NE(d, nullptr);
-    EXPECT_EQ(d->getName(), IString(L"d")); // one free block [85, 385) before it
-    // A 250-byte entry fits the first hole.
-    ASSERT_EQ(p.addEntry(src("e", std::string(250, 'e')), name("e"), false).code(), 0);
-    EXPECT_EQ(p.getEntry(IString(L"e"))->getOffset(), kData);
-    ASSERT_EQ(p.update().code(), 0);
-    ioPackageFile q;
-    ASSERT_EQ(q.open(pkg()).code(), 0);
-    EXPECT_EQ(extract(q, IString(L"e")), std::string(250, 'e'));
-    EXPECT_EQ(extract(q, IString(L"a")), std::string(150, 'A'));
+    EXPECT_EQ(said(p.extractEntry(p.getEntry(IString(L"zeds")), name(path("bad.bin")))),
+              "9 Error reading package file entry: zeds");
 }
 
 TEST_F(PackageFileTest, AdditionsOverwriteTheOldDirectoryUntilUpdate) {
     ioPackageFile p;
-    ASSERT_EQ(p.open(pkg()).code(), 0);
-    ASSERT_EQ(p.addEntry(src("a", "first"), name("a"), false).code(), 0);
+    fill(p, {{"a", "first"}});
     ASSERT_EQ(p.update().code(), 0);
     const std::string before = get(path("p.kpf"));
     ASSERT_EQ(p.addEntry(src("b", std::string(64, 'x')), name("b"), false).code(), 0);
@@ -207,28 +202,22 @@ TEST_F(PackageFileTest, NameCleanupAndRefusedNames) {
             << IString(c.first).asMultibyte();
     }
     ioPackageFile p;
-    ASSERT_EQ(p.open(pkg()).code(), 0);
+    fill(p, {});
     const IString file = src("s", "x");
-    kyUtil::Error e = p.addEntry(file, IString(L"CON"), false);
-    EXPECT_EQ(e.code(), 11);
-    EXPECT_EQ(text(e),
-              "File is using a windows reserved device name.  Please choose another name: CON");
-    e = p.addEntry(file, IString(L"a/."), false);
-    EXPECT_EQ(e.code(), 12);
-    EXPECT_EQ(text(e), "File is using a name which is not allowed: a/.");
+    EXPECT_EQ(said(p.addEntry(file, IString(L"CON"), false)),
+              "11 File is using a windows reserved device name.  Please choose another name: CON");
+    EXPECT_EQ(said(p.addEntry(file, IString(L"a/."), false)),
+              "12 File is using a name which is not allowed: a/.");
     EXPECT_EQ(p.addEntry(file, IString(L"a/.."), false).code(), 0); // ".." is not refused
 }
 
 TEST_F(PackageFileTest, HeaderVariants) {
-    const std::string dirFile = [&] {
+    {
         ioPackageFile p;
-        EXPECT_EQ(p.open(pkg()).code(), 0);
-        EXPECT_EQ(p.addEntry(src("a", "abc"), name("a"), false).code(), 0);
-        EXPECT_EQ(p.update().code(), 0);
-        p.close();
-        return get(path("p.kpf"));
-    }();
-    const std::string body = dirFile.substr(85);
+        fill(p, {{"a", "abc"}});
+        ASSERT_EQ(p.update().code(), 0);
+    }
+    const std::string body = get(path("p.kpf")).substr(85);
     struct Case {
         std::string head;
         std::int64_t extra; // pointer minus data start
@@ -253,59 +242,49 @@ TEST_F(PackageFileTest, HeaderVariants) {
     }
     // A pointer equal to the file size is accepted; one byte more is not.
     const std::string tail = header(0).substr(0, 61);
-    put(path("e.kpf"), tail + pointerField(85 + 4));
-    std::string f = get(path("e.kpf")) + "abcd";
-    put(path("e.kpf"), f);
+    put(path("e.kpf"), tail + pointerField(85 + 4) + "abcd");
     EXPECT_TRUE(ioPackageFile::isFilePackageFile(name(path("e.kpf"))));
     put(path("e.kpf"), tail + pointerField(85 + 5) + "abcd");
     EXPECT_FALSE(ioPackageFile::isFilePackageFile(name(path("e.kpf"))));
     // Garbage where the directory should be resets the package completely.
     put(path("g.kpf"), tail + pointerField(85) + "garbage");
     ioPackageFile g;
-    kyUtil::Error e = g.open(name(path("g.kpf")));
-    EXPECT_EQ(e.code(), 17);
-    EXPECT_EQ(text(e), "Error reading directory: " + path("g.kpf"));
+    EXPECT_EQ(said(g.open(name(path("g.kpf")))), "17 Error reading directory: " + path("g.kpf"));
     EXPECT_EQ(g.size(), 0);
     EXPECT_NE(g.getEntry(0), nullptr);
 }
 
 TEST_F(PackageFileTest, ErrorCodesAndMessages) {
     ioPackageFile none;
-    EXPECT_EQ(none.update().code(), 3);
-    EXPECT_EQ(text(none.update()), "The package file has not been opened yet.");
+    EXPECT_EQ(said(none.update()), "3 The package file has not been opened yet.");
     EXPECT_EQ(none.addEntry(IString(L"x"), IString(L"x"), false).code(), 3);
     EXPECT_EQ(none.deleteEntry(IString(L"x")).code(), 3);
     EXPECT_EQ(none.write(name(path("w.kpf"))).code(), 3);
-    kyUtil::Error e = none.open(name(path("missing/dir/p.kpf")));
-    EXPECT_EQ(e.code(), 2);
-    EXPECT_EQ(text(e), "Can not create file: " + path("missing/dir/p.kpf"));
+    EXPECT_EQ(said(none.open(name(path("missing/dir/p.kpf")))),
+              "2 Can not create file: " + path("missing/dir/p.kpf"));
 
     ioPackageFile p;
     ioPackageFile other;
-    ASSERT_EQ(p.open(pkg()).code(), 0);
+    fill(p, {});
     ASSERT_EQ(other.open(name(path("o.kpf"))).code(), 0);
     ASSERT_EQ(other.addEntry(src("s", "source"), name("s"), true).code(), 0);
-    e = p.addEntry(name(path("nope")), IString(L"n"), false);
-    EXPECT_EQ(e.code(), 6);
-    EXPECT_EQ(text(e), "File does not exist: " + path("nope") + "\n");
-    e = p.deleteEntry(IString(L"n"));
-    EXPECT_EQ(e.code(), 13);
-    EXPECT_EQ(text(e), "Can not delete named entry as it does not exist: n");
+    EXPECT_EQ(said(p.addEntry(name(path("nope")), IString(L"n"), false)),
+              "6 File does not exist: " + path("nope") + "\n");
+    EXPECT_EQ(said(p.deleteEntry(IString(L"n"))),
+              "13 Can not delete named entry as it does not exist: n");
     EXPECT_EQ(text(p.addEntry(nullptr, IString(L"n"))), "The given package file entry is NULL.");
     const ioPackageFileEntry* s = other.getEntry(IString(L"s"));
     EXPECT_EQ(text(p.addEntry(s, IString(L""))), "The name can not be empty.");
     ASSERT_EQ(p.addEntry(s, IString(L"copy")).code(), 0);
-    e = p.addEntry(s, IString(L"copy"));
-    EXPECT_EQ(e.code(), 14);
-    EXPECT_EQ(text(e), "The entry is already present in the package: copy");
-    e = p.addEntry(p.getEntry(IString(L"copy")), IString(L"again"));
-    EXPECT_EQ(e.code(), 15);
-    EXPECT_EQ(text(e), "The source entry can not be in the package.");
+    EXPECT_EQ(said(p.addEntry(s, IString(L"copy"))),
+              "14 The entry is already present in the package: copy");
+    EXPECT_EQ(said(p.addEntry(p.getEntry(IString(L"copy")), IString(L"again"))),
+              "15 The source entry can not be in the package.");
     EXPECT_EQ(extract(p, IString(L"copy")), "source");
     EXPECT_TRUE(p.getEntry(IString(L"copy"))->getCompressed() ==
                 s->getCompressed()); // stored bytes copied as they are
-    e = p.extractEntry(p.getEntry(IString(L"copy")), name(path("p.kpf") + "/sub/x"));
-    EXPECT_EQ(e.code(), 5); // the "directory" is a file
+    EXPECT_EQ(p.extractEntry(p.getEntry(IString(L"copy")), name(path("p.kpf") + "/sub/x")).code(),
+              5); // the "directory" is a file
 }
 
 // Names in a file are not trusted: expanding never writes outside the target directory.
@@ -318,16 +297,16 @@ TEST_F(PackageFileTest, ExpandKeepsHostileNamesInsideTheTarget) {
     };
     for (const auto& c : cases) {
         std::filesystem::remove_all(path("t"));
+        std::filesystem::remove(path("p.kpf"));
         ioPackageFile p;
-        ASSERT_EQ(p.open(name(path("h.kpf"))).code(), 0);
-        ASSERT_EQ(p.addEntry(src("s", "data"), name(c.stored), false).code(), 0);
+        fill(p, {{c.stored, "data"}});
         ASSERT_EQ(p.update().code(), 0);
         p.close();
-        std::string bytes = get(path("h.kpf"));
+        std::string bytes = get(path("p.kpf"));
         bytes.replace(bytes.rfind(c.stored), c.stored.size(), c.planted);
-        put(path("h.kpf"), bytes);
+        put(path("p.kpf"), bytes);
         ioPackageFile q;
-        ASSERT_EQ(q.open(name(path("h.kpf"))).code(), 0);
+        ASSERT_EQ(q.open(pkg()).code(), 0);
         ASSERT_NE(q.getEntry(name(c.planted)), nullptr) << c.planted;
         EXPECT_EQ(q.expand(name(path("t/out"))).code(), c.lands.empty() ? 12 : 0) << c.planted;
         if (!c.lands.empty()) {
@@ -354,30 +333,8 @@ TEST_F(PackageFileTest, EntriesBeyondTwoGigabytes) {
     if (ec) {
         GTEST_SKIP() << "no sparse file of 3 GiB here: " << ec.message();
     }
-    {
-        ioBufferedStreamOutput out;
-        out.truncateOnOpen(false);
-        out.openFile(name(path("s.kpf")));
-        ASSERT_TRUE(out.seek(tail));
-        out.writeData("hello", 5);
-        ioPackageIO::PackageRegistry registry(false);
-        std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, ioWriteBinary, &registry));
-        w->startFile();
-        const std::tuple<const char*, std::int64_t, std::int64_t> blocks[] = {
-            {"pad", kData, big}, {"tail", tail, 5}, {".", dirAt, 0}};
-        for (const auto& b : blocks) {
-            w->startPacket("package.entry", nullptr);
-            w->writeCString(std::get<0>(b));
-            w->writeInt64(std::get<1>(b));
-            w->writeInt64(std::get<2>(b));
-            w->writeInt64(7);
-            w->writeBool(false);
-            w->endPacket();
-        }
-        w->endFile();
-        out.close();
-        ASSERT_TRUE(w->good() && out.good());
-    }
+    writeDirectory(name(path("s.kpf")), tail, "hello", ioWriteBinary,
+                   {{"pad", kData, big}, {"tail", tail, 5}, {".", dirAt, 0}});
     ioPackageFile p;
     ASSERT_EQ(p.open(name(path("s.kpf"))).code(), 0);
     ASSERT_EQ(p.getEntry(IString(L"pad"))->getSize(), big);
@@ -397,8 +354,7 @@ TEST_F(PackageFileTest, EntriesBeyondTwoGigabytes) {
 
 TEST_F(PackageFileTest, ReadOnlyPackageRefusesEdits) {
     ioPackageFile p;
-    ASSERT_EQ(p.open(pkg()).code(), 0);
-    ASSERT_EQ(p.addEntry(src("a", "a"), name("a"), false).code(), 0);
+    fill(p, {{"a", "a"}});
     ASSERT_EQ(p.update().code(), 0);
     p.close();
     namespace fs = std::filesystem;
@@ -437,41 +393,14 @@ TEST_F(PackageFileTest, HostileDirectoriesAreRefusedNotFatal) {
     for (const Case& c : cases) {
         SCOPED_TRACE(static_cast<int>(c.method));
         std::filesystem::remove(path("p.kpf"));
-        std::int64_t where = 0;
         {
             ioPackageFile p;
-            ASSERT_EQ(p.open(pkg()).code(), 0);
-            ASSERT_EQ(p.addEntry(src("a", "abc"), name("a"), false).code(), 0);
+            fill(p, {{"a", "abc"}});
             ASSERT_EQ(p.update().code(), 0);
-            where = p.getEntry(IString(L"a"))->getOffset() + 3;
         }
-        ioBufferedStreamOutput out;
-        out.truncateOnOpen(false);
-        out.openFile(pkg());
-        ASSERT_TRUE(out.seek(where));
-        ioPackageIO::PackageRegistry registry(false);
-        std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, c.method, &registry));
-        ASSERT_TRUE(w);
-        w->startFile();
-        const std::int64_t blocks[][2] = {{kData, 3}, {where, 0}};
-        for (int i = 0; i < 2; ++i) {
-            static const int anchorObject = 0;
-            w->startPacket("package.entry", c.withReference ? &anchorObject + i : nullptr);
-            if (c.wrongKind) {
-                w->writeInt64(7);
-            } else {
-                w->writeCString(i == 0 ? "a" : ".");
-            }
-            w->writeInt64(blocks[i][0]);
-            w->writeInt64(blocks[i][1]);
-            w->writeInt64(0);
-            w->writeBool(false);
-            w->endPacket();
-        }
-        w->endFile();
-        w.reset();
-        out.close();
-        ASSERT_TRUE(out.good());
+        const std::int64_t where = kData + 3;
+        writeDirectory(pkg(), where, "", c.method, {{"a", kData, 3}, {".", where, 0}},
+                       c.withReference, c.wrongKind);
         ioPackageFile reopened;
         kyUtil::Error e = reopened.open(pkg());
         EXPECT_EQ(e.code(), c.code) << text(e);
@@ -483,10 +412,7 @@ TEST_F(PackageFileTest, HostileDirectoriesAreRefusedNotFatal) {
 
 TEST_F(PackageFileTest, CompactionReplacesTheTargetWhole) {
     ioPackageFile p;
-    ASSERT_EQ(p.open(pkg()).code(), 0);
-    for (const char* n : {"c", "a", "b"}) {
-        ASSERT_EQ(p.addEntry(src(n, std::string(50, n[0])), name(n), false).code(), 0);
-    }
+    fill(p, {{"c", std::string(50, 'c')}, {"a", "a"}, {"b", std::string(50, 'b')}});
     ASSERT_EQ(p.deleteEntry(IString(L"a")).code(), 0);
     ASSERT_EQ(p.write(pkg()).code(), 0); // compacting onto itself
     EXPECT_EQ(p.getPackageFileName(), pkg());
@@ -540,10 +466,29 @@ void checkTiling(const ioPackageFile& pk, bool strict) {
     }
 }
 
+// Where an addition of `size` bytes lands in the default mode: in the first free run that
+// holds it once the entry it replaces is freed (freed neighbours merge), else on the directory.
+std::int64_t firstFit(const ioPackageFile& pk, const IString& replaced, std::int64_t size) {
+    std::int64_t end = kData;
+    for (int i = 0;; ++i) {
+        const ioPackageFileEntry* e = pk.getEntry(i);
+        if (e == nullptr || e->getName() == replaced) {
+            continue;
+        }
+        if (e->getOffset() > end && e->getOffset() - end >= size) {
+            return end;
+        }
+        if (e->getName() == IString(L".")) {
+            return e->getOffset();
+        }
+        end = e->getOffset() + e->getSize();
+    }
+}
+
 // Random adds (plain, compressed, new, replacing), deletes, updates and compactions, checked
-// after every step against a name -> bytes model and by reopening the file from disk. In the
-// crash-safe mode the file as it stands before each update must open as the last update left
-// it, with every entry intact.
+// after every step against a name -> bytes model and by reopening the file from disk; in the
+// default mode every plain addition lands where first fit puts it. In the crash-safe mode the
+// file as it stands before each update must open as the last update left it, entries intact.
 TEST_F(PackageFileTest, RandomSequenceMatchesModel) {
     for (bool safe : {false, true}) {
         SCOPED_TRACE(safe ? "crash-safe" : "default");
@@ -561,10 +506,14 @@ TEST_F(PackageFileTest, RandomSequenceMatchesModel) {
             const std::string key = "e" + std::to_string(rng.range(0, 9));
             const int op = rng.range(0, 9);
             if (op < 6) {
-                const std::size_t n = static_cast<std::size_t>(rng.range(0, 9000));
+                const std::size_t n = static_cast<std::size_t>(
+                    rng.chance(50) ? 4096 : rng.range(0, 9000)); // exact fits too
                 const std::string bytes =
                     rng.chance(50) ? pattern(n, static_cast<unsigned>(step)) : std::string(n, 'q');
-                ASSERT_EQ(p.addEntry(src("in", bytes), name(key), rng.chance(50)).code(), 0);
+                const bool compress = rng.chance(50);
+                const std::int64_t fit = firstFit(p, name(key), static_cast<std::int64_t>(n));
+                ASSERT_EQ(p.addEntry(src("in", bytes), name(key), compress).code(), 0);
+                EXPECT_TRUE(safe || compress || p.getEntry(name(key))->getOffset() == fit) << step;
                 model[key] = bytes;
             } else if (op < 8) {
                 EXPECT_EQ(p.deleteEntry(name(key)).code(), model.erase(key) ? 0 : 13);
@@ -609,20 +558,19 @@ TEST_F(PackageFileTest, RandomSequenceMatchesModel) {
 TEST_F(PackageFileTest, CrashSafeModeKeepsTheOnDiskStateUntilUpdate) {
     ioPackageFile p;
     p.setCrashSafe(true);
-    ASSERT_EQ(p.open(pkg()).code(), 0);
-    ASSERT_EQ(p.addEntry(src("a", pattern(3000, 1)), name("a"), false).code(), 0);
-    ASSERT_EQ(p.addEntry(src("b", pattern(2000, 2)), name("b"), false).code(), 0);
+    fill(p, {{"a", pattern(3000, 1)}, {"b", pattern(2000, 2)}});
     ASSERT_EQ(p.update().code(), 0);
     const std::int64_t dir1 = p.getEntry(IString(L"b"))->getOffset() + 2000;
     const std::string disk1 = get(path("p.kpf"));
     ASSERT_EQ(disk1.substr(61, 24), pointerField(dir1));
     const std::string oldDirectory = disk1.substr(static_cast<std::size_t>(dir1));
 
-    // Replacing "a" by a smaller entry must not reuse its block, nor the directory's bytes.
+    // With "b" (the block before the directory) deleted, replacing "a" by a smaller entry must
+    // reuse neither their blocks nor the directory's bytes.
+    ASSERT_EQ(p.deleteEntry(IString(L"b")).code(), 0);
     ASSERT_EQ(p.addEntry(src("a2", pattern(100, 3)), name("a"), false).code(), 0);
     EXPECT_GE(p.getEntry(IString(L"a"))->getOffset(),
               dir1 + static_cast<std::int64_t>(oldDirectory.size()));
-    ASSERT_EQ(p.deleteEntry(IString(L"b")).code(), 0);
     const std::string unsaved = get(path("p.kpf"));
     EXPECT_EQ(unsaved.substr(0, disk1.size()), disk1) << "bytes the old state names changed";
 

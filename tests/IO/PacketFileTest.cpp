@@ -64,7 +64,6 @@ Node sampleNode() {
 }
 
 void writeGolden(ioWriteContext& w, const Node& n, const Point& p) {
-    w.startFile();
     w.startPacket("node", &n);
     w.writeReference(n.point, false); // used before its definition
     w.startChunk();
@@ -81,7 +80,6 @@ void writeGolden(ioWriteContext& w, const Node& n, const Point& p) {
     w.startPacket("point", &p);
     w.writeInt(p.value);
     w.endPacket();
-    w.endFile();
 }
 
 // The same file written out by hand from the framing and value tables.
@@ -147,92 +145,46 @@ public:
 };
 
 std::string writeToMemory(ioWriteMethod method, const Node& n, const Point& p) {
-    kyOS::MemoryIOStream memory;
-    ioBufferedStreamOutput out;
-    out.openIOStream(&memory);
     GoldenRegistry registry;
-    std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, method, &registry));
-    writeGolden(*w, n, p);
-    EXPECT_EQ(w->getStatus(), ioGood);
-    out.close();
-    return packettest::contents(memory);
+    return packettest::writeFile(method, registry,
+                                 [&](ioWriteContext& w) { writeGolden(w, n, p); });
 }
 
 // Reads `bytes` with a fresh model; the context's final status.
-template <class Registry>
-ioStatus readFromMemoryWith(const std::string& bytes, bool numberWhenRead = false,
-                            ioReadMethod* method = nullptr) {
-    gModel = Model();
-    kyOS::MemoryIOStream memory;
-    packettest::fill(memory, bytes);
-    ioBufferedStreamInput in;
-    in.openIOStream(&memory);
-    Registry registry(numberWhenRead);
-    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &registry));
-    if (r == nullptr) {
-        return ioOpenFailed;
-    }
-    if (method != nullptr) {
-        *method = r->getReadMethod();
-    }
-    ioClientReadContext client(*r);
-    r->readFile(client);
-    // Text packets hand their copies to the receiver: anything defined that is not a model
-    // object is one.
-    for (int n = 1; n <= r->getReferenceMap()->highestNumber(); ++n) {
-        void* copy = r->getReferenceDefinition(n);
-        bool model = copy == nullptr;
-        for (auto& node : gModel.nodes) {
-            model |= copy == node.get();
-        }
-        for (auto& point : gModel.points) {
-            model |= copy == point.get();
-        }
-        if (!model) {
-            std::free(copy);
-        }
-    }
-    return r->getStatus();
-}
-
+template <class Registry = GoldenRegistry>
 ioStatus readFromMemory(const std::string& bytes, bool numberWhenRead = false,
                         ioReadMethod* method = nullptr) {
-    return readFromMemoryWith<GoldenRegistry>(bytes, numberWhenRead, method);
+    gModel = Model();
+    Registry registry(numberWhenRead);
+    return packettest::readFile(bytes, registry, [&](ioReadContext& r) {
+        if (method != nullptr) {
+            *method = r.getReadMethod();
+        }
+        // Text packets hand their copies to the receiver: anything defined that is not a
+        // model object is one.
+        for (int n = 1; n <= r.getReferenceMap()->highestNumber(); ++n) {
+            void* copy = r.getReferenceDefinition(n);
+            bool model = copy == nullptr;
+            for (auto& node : gModel.nodes) {
+                model |= copy == node.get();
+            }
+            for (auto& point : gModel.points) {
+                model |= copy == point.get();
+            }
+            if (!model) {
+                std::free(copy);
+            }
+        }
+    });
 }
 
-void expectSameNode(const Node& a, const Node& b) {
-    EXPECT_EQ(a.b, b.b);
-    EXPECT_EQ(a.c, b.c);
-    EXPECT_EQ(a.uc, b.uc);
-    EXPECT_EQ(a.s, b.s);
-    EXPECT_EQ(a.us, b.us);
-    EXPECT_EQ(a.i, b.i);
-    EXPECT_EQ(a.u, b.u);
-    EXPECT_EQ(a.l, b.l);
-    EXPECT_EQ(a.ul, b.ul);
-    EXPECT_EQ(a.f, b.f);
-    EXPECT_EQ(a.d, b.d);
-    EXPECT_EQ(a.text, b.text);
-    EXPECT_EQ(0, std::memcmp(a.ab, b.ab, sizeof a.ab));
-    EXPECT_EQ(std::string(a.ac, 2), std::string(b.ac, 2));
-    EXPECT_EQ(a.auc[1], b.auc[1]);
-    EXPECT_EQ(a.as[1], b.as[1]);
-    EXPECT_EQ(a.aus[0], b.aus[0]);
-    EXPECT_EQ(a.ai[0], b.ai[0]);
-    EXPECT_EQ(a.au[0], b.au[0]);
-    EXPECT_EQ(a.al[0], b.al[0]);
-    EXPECT_EQ(a.aul[0], b.aul[0]);
-    EXPECT_EQ(a.af[0], b.af[0]);
-    EXPECT_EQ(a.ad[0], b.ad[0]);
-}
-
+// The model read back and written again gives the golden bytes: every value, and the forward
+// fix-up (a missing one would write a null reference), in one comparison.
 void expectGoldenModel() {
     ASSERT_EQ(gModel.nodes.size(), 1u);
     ASSERT_EQ(gModel.points.size(), 1u);
-    Node expected = sampleNode();
-    expectSameNode(*gModel.nodes[0], expected);
-    EXPECT_EQ(gModel.nodes[0]->point, gModel.points[0].get()); // the forward fix-up
-    EXPECT_EQ(gModel.points[0]->value, 9);
+    EXPECT_EQ(writeToMemory(ioWriteBinary, *gModel.nodes[0], *gModel.points[0]),
+              goldenBytes(false));
 }
 
 TEST(PacketFile, WriterProducesTheHandWrittenBytes) {
@@ -366,43 +318,32 @@ void countCall() {
 }
 
 TEST(PacketFile, UnknownTypesAreSkippedAndStringsComeBack) {
-    kyOS::MemoryIOStream memory;
-    ioBufferedStreamOutput out;
-    out.openIOStream(&memory);
     ioSimplePacketRegistry writer;
     writer.add("secret");
     writer.add("known");
-    ioWriteContextBinary w(out);
-    w.associateRegistry(&writer);
-    w.startFile();
     int object = 0;
-    w.startPacket("secret", &object); // a reference the reader cannot define: not fatal
-    w.writeDouble(1.0);
-    w.endPacket();
-    w.writeCStringPacket("text");
-    w.writeCStringPacket(nullptr);
-    w.startPacket("known", nullptr);
-    w.endPacket();
-    w.endFile();
-    out.close();
-
-    ioBufferedStreamInput in;
-    in.openIOStream(&memory);
+    const std::string file = packettest::writeFile(ioWriteBinary, writer, [&](ioWriteContext& w) {
+        w.startPacket("secret", &object); // a reference the reader cannot define: not fatal
+        w.writeDouble(1.0);
+        w.endPacket();
+        w.writeCStringPacket("text");
+        w.writeCStringPacket(nullptr);
+        w.startPacket("known", nullptr);
+        w.endPacket();
+    });
     ioSimplePacketRegistry reader(true);
     reader.add("known", &countCall);
     gCallbackCalls = 0;
-    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &reader));
-    ASSERT_NE(r, nullptr);
-    ioClientReadContext client(*r);
-    r->readFile(client);
-    EXPECT_EQ(r->getStatus(), ioGood);
+    EXPECT_EQ(packettest::readFile(file, reader,
+                                   [](ioReadContext& r) {
+                                       EXPECT_EQ(r.getPacketsRead(), 3);
+                                       auto* text = static_cast<char*>(r.getReferenceDefinition(2));
+                                       EXPECT_STREQ(text, "text");
+                                       std::free(text);
+                                   }),
+              ioGood);
     EXPECT_EQ(gCallbackCalls, 1);
-    EXPECT_EQ(r->getPacketsRead(), 3);
     EXPECT_EQ(reader.lookup("secret")->getNumUsages(), 1);
-    auto* text = static_cast<char*>(r->getReferenceDefinition(2));
-    ASSERT_NE(text, nullptr);
-    EXPECT_STREQ(text, "text");
-    std::free(text);
 }
 
 // --- Statuses and malformed files -----------------------------------------------------------
@@ -433,6 +374,9 @@ TEST(PacketFile, MalformedFilesEndInBadData) {
         const char* what;
         std::string bytes;
     };
+    const auto text = [](int number) { // a text packet defining `number`
+        return Bytes().i32(0).i32(1).i32(6).i32(number).raw(std::string("a\0", 2)).out;
+    };
     auto patched = [&](std::size_t at, const std::string& with) {
         std::string b = good;
         b.replace(at, with.size(), with);
@@ -452,17 +396,7 @@ TEST(PacketFile, MalformedFilesEndInBadData) {
         {"reference number far beyond the file", patched(node + 16, Bytes().i32(1 << 30).out)},
         {"body shorter than its values", patched(node + 8, Bytes().i32(50).out)},
         {"reference numbers that ratchet up",
-         good.substr(0, node) + Bytes().i32(0).i32(1).i32(6).i32(5).raw(std::string("a\0", 2)).out +
-             Bytes()
-                 .i32(0)
-                 .i32(1)
-                 .i32(6)
-                 .i32(12)
-                 .raw(std::string("a\0", 2))
-                 .i32(1)
-                 .i32(0)
-                 .i32(0)
-                 .out},
+         good.substr(0, node) + text(5) + text(12) + Bytes().i32(1).i32(0).i32(0).out},
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
@@ -512,14 +446,8 @@ public:
 };
 
 void readDebugShortPacket() {
-    kyOS::MemoryIOStream memory;
-    packettest::fill(memory, debugShortPacket());
-    ioBufferedStreamInput in;
-    in.openIOStream(&memory);
     DebugRegistry registry;
-    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &registry));
-    ioClientReadContext client(*r);
-    r->readFile(client);
+    (void)packettest::readFile(debugShortPacket(), registry);
 }
 
 TEST(PacketFile, DebugTagMismatchNamesBothKindsAndStops) {
@@ -545,7 +473,7 @@ TEST(PacketFile, UndefinedPacketReferenceIsFatal) {
     b.raw("^@\n1\n1 1 1\n1 2 4 8 4 8 8\n@\n   0 packetFile_string\n   1 packetFile_EOF\n");
     b.raw("   2 wants-int\n@\n").i32(2).i32(1).i32(8).i32(1).i32(5).i32(1).i32(0).i32(0);
     Capture capture;
-    EXPECT_THROW(readFromMemoryWith<DebugRegistry>(b.out), Capture::Stopped);
+    EXPECT_THROW(readFromMemory<DebugRegistry>(b.out), Capture::Stopped);
     EXPECT_NE(Capture::text().find("A packet type: 'wants-int'\n  had a reference associated "
                                    "with it but no \n  definition was provided by the client "
                                    "code.\n  The undefined reference is: 0.\n"),
@@ -553,60 +481,48 @@ TEST(PacketFile, UndefinedPacketReferenceIsFatal) {
         << Capture::text();
 }
 
-TEST(PacketFile, LinearTypesTravelAsScalarArrays) {
-    kyOS::MemoryIOStream memory;
-    ioBufferedStreamOutput out;
-    out.openIOStream(&memory);
+struct Geometry {
+    kyLinear::Point p;
+    kyLinear::VectorFlt v;
+    kyLinear::Quaternion q;
+    kyLinear::AffineMatrix m;
+    kyLinear::ProjMatrixFlt pm;
+} gGeometry;
+
+std::string writeGeometry(const Geometry& g) {
     ioSimplePacketRegistry registry;
     registry.add("geometry");
-    ioWriteContextBinary w(out);
-    w.associateRegistry(&registry);
-    w.startFile();
-    const kyLinear::Point p(1, 2, 3);
-    const kyLinear::VectorFlt v(4, 5, 6);
-    const kyLinear::Quaternion q(0.5, 0.5, 0.5, 0.5);
-    kyLinear::AffineMatrix m;
-    m[3][0] = 7;
-    kyLinear::ProjMatrixFlt pm(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16);
-    w.startPacket("geometry", nullptr);
-    ioWrite(w, p), ioWrite(w, v), ioWrite(w, q), ioWrite(w, m), ioWrite(w, pm);
-    w.endPacket();
-    w.endFile();
-    out.close();
-    EXPECT_EQ(memory.size(), 27u + 59u + 12u + (3 * 8 + 3 * 4 + 4 * 8 + 12 * 8 + 16 * 4) + 12u);
+    return packettest::writeFile(ioWriteBinary, registry, [&](ioWriteContext& w) {
+        w.startPacket("geometry", nullptr);
+        ioWrite(w, g.p), ioWrite(w, g.v), ioWrite(w, g.q), ioWrite(w, g.m), ioWrite(w, g.pm);
+        w.endPacket();
+    });
+}
 
-    ioBufferedStreamInput in;
-    in.openIOStream(&memory);
-    ioHeader header;
-    ASSERT_TRUE(header.readHeader(in));
-    ioReadContextBinarySameEndian r(ioReadBinarySameEndian, in);
-    ioPacketRegistry reader(true);
-    r.associateRegistry(&reader);
-    struct Client : ioClientReadContext {
-        using ioClientReadContext::ioClientReadContext;
-    } client(r);
-    (void)client;
-    // Read the one packet by hand through a type that keeps the values.
-    static kyLinear::Point gp;
-    static kyLinear::VectorFlt gv;
-    static kyLinear::Quaternion gq;
-    static kyLinear::AffineMatrix gm;
-    static kyLinear::ProjMatrixFlt gpm;
-    struct Geometry : ioPacketType {
-        Geometry() : ioPacketType("geometry") {}
-        void read(ioClientReadContext& c) override {
-            ioRead(c.getContext(), gp), ioRead(c.getContext(), gv), ioRead(c.getContext(), gq);
-            ioRead(c.getContext(), gm), ioRead(c.getContext(), gpm);
-        }
-    };
-    reader.supportedType(new Geometry());
-    r.readFile(client);
-    EXPECT_EQ(r.getStatus(), ioGood);
-    EXPECT_EQ(gp, p);
-    EXPECT_EQ(gv, v);
-    EXPECT_EQ(gq.w, q.w);
-    EXPECT_EQ(gm[3][0], 7);
-    EXPECT_EQ(gpm[3][3], 16);
+class GeometryRegistry : public ioPacketRegistry {
+public:
+    using ioPacketRegistry::ioPacketRegistry;
+    void registerAllTypes() override {
+        supportedType(new ioReadPacketByFunction("geometry", [](ioClientReadContext& c) {
+            ioReadContext& r = c.getContext();
+            ioRead(r, gGeometry.p), ioRead(r, gGeometry.v), ioRead(r, gGeometry.q);
+            ioRead(r, gGeometry.m), ioRead(r, gGeometry.pm);
+        }));
+    }
+};
+
+TEST(PacketFile, LinearTypesTravelAsScalarArrays) {
+    Geometry g{{1, 2, 3},
+               {4, 5, 6},
+               {0.1, 0.2, 0.3, 0.4},
+               {},
+               {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16}};
+    g.m[3][0] = 7;
+    const std::string file = writeGeometry(g);
+    EXPECT_EQ(file.size(), 27u + 59u + 12u + (3 * 8 + 3 * 4 + 4 * 8 + 12 * 8 + 16 * 4) + 12u);
+    GeometryRegistry reader(true);
+    ASSERT_EQ(packettest::readFile(file, reader), ioGood);
+    EXPECT_EQ(writeGeometry(gGeometry), file); // every scalar came back
 }
 
 } // namespace

@@ -5,10 +5,15 @@
 
 #include <Base/IO/ioBufferedStream.h>
 #include <Base/IO/ioContext.h>
+#include <Base/IO/ioPacketRegistry.h>
 #include <Base/OS/kyOSMemoryIOStream.h>
+
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <cstring>
+#include <functional>
+#include <memory>
 #include <stdexcept>
 #include <string>
 
@@ -53,6 +58,42 @@ inline void fill(kyOS::MemoryIOStream& memory, const std::string& bytes) {
     if (!bytes.empty()) {
         (void)memory.write(bytes.data(), bytes.size(), &put); // memory writes do not fail here
     }
+}
+
+/// A packet file written to memory with `method` through `registry`: `body` runs between the
+/// file's start and end, and the context must end good.
+inline std::string writeFile(ioWriteMethod method, ioPacketRegistry& registry,
+                             const std::function<void(ioWriteContext&)>& body) {
+    kyOS::MemoryIOStream memory;
+    ioBufferedStreamOutput out;
+    out.openIOStream(&memory);
+    std::unique_ptr<ioWriteContext> w(ioWriteContextAlloc(out, method, &registry));
+    w->startFile();
+    body(*w);
+    w->endFile();
+    EXPECT_EQ(w->getStatus(), ioGood);
+    out.close();
+    return contents(memory);
+}
+
+/// Reads `bytes` through `registry`; `after` sees the context before it goes. The final
+/// status, or `ioOpenFailed` when the header does not read.
+inline ioStatus readFile(const std::string& bytes, ioPacketRegistry& registry,
+                         const std::function<void(ioReadContext&)>& after = nullptr) {
+    kyOS::MemoryIOStream memory;
+    fill(memory, bytes);
+    ioBufferedStreamInput in;
+    in.openIOStream(&memory);
+    std::unique_ptr<ioReadContext> r(ioReadContextAlloc(in, &registry));
+    if (r == nullptr) {
+        return ioOpenFailed;
+    }
+    ioClientReadContext client(*r);
+    r->readFile(client);
+    if (after) {
+        after(*r);
+    }
+    return r->getStatus();
 }
 
 /// Collects `ioPacketFileError` text and turns `fatalError`'s abort into an exception, for the

@@ -2,7 +2,6 @@
 #include <Base/IO/internal/ioBufferFD.h>
 #include <Base/IO/internal/ioBufferStream.h>
 #include <Base/OS/kyOSMemoryIOStream.h>
-#include <Base/OS/shared/kyOSDescriptorCalls.h>
 
 #include "IOTestSupport.h"
 #include <kyTestSupport.h>
@@ -61,27 +60,6 @@ TEST_F(TerminalBufferTest, DescriptorReadsWritesAndFailsToOpen) {
     none.writeBlock("x", 1);
     EXPECT_EQ(none.getStatus(), ioBufferError);
     EXPECT_FALSE(none.seek(0));
-}
-
-TEST_F(TerminalBufferTest, DiskFullAndADescriptorClosedUnderTheBuffer) {
-    ioBufferFD full(false);
-    full.open(name("/dev/full"));
-    full.write("data", 4);
-    full.flush();
-    if (full.getStatus() != ioBufferOpenFailed) { // a system without /dev/full cannot tell
-        EXPECT_EQ(full.getStatus(), ioBufferDiskFull);
-    }
-    iotest::put(path("r"), "abc");
-    for (bool reading : {true, false}) {
-        ioBufferFD b(reading);
-        b.open(name(path("r")));
-        int error = 0;
-        ASSERT_EQ(kyOS::shared::closeDescriptor(b.getFD(), &error), 0);
-        char out[4] = {'w', 'x', 'y', 'z'};
-        reading ? (void)b.read(out, 4) : b.write(out, 4);
-        b.flush();
-        EXPECT_EQ(b.getStatus(), ioBufferError) << reading;
-    }
 }
 
 TEST_F(TerminalBufferTest, FileSubsetRanges) {
