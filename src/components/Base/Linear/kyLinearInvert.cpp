@@ -216,25 +216,6 @@ inline __attribute__((always_inline)) bool invertProjDouble(const double* m, dou
 }
 
 #undef KY_LINEAR_SHUFFLE
-
-#if defined(__x86_64__) || defined(__i386__)
-// The same code for processors with AVX: its three-operand encodings of the same two-lane
-// operations need no register copies (a quarter of the SSE2 version's instructions). The
-// operations and their order are the same, so the results are the same to the bit.
-__attribute__((target("avx"))) bool invertProjDoubleAvx(const double* m, double* dst,
-                                                        bool checkTolerance) {
-    return invertProjDouble(m, dst, checkTolerance);
-}
-
-bool haveAvx() {
-    static const bool yes = [] {
-        __builtin_cpu_init();
-        return __builtin_cpu_supports("avx") != 0;
-    }();
-    return yes;
-}
-#define KY_LINEAR_AVX 1
-#endif
 #else
 bool invertProjDouble(const double* m, double* dst, bool checkTolerance) {
     return invertProjT(m, dst, checkTolerance);
@@ -251,15 +232,13 @@ bool invertAffine(const float* src, float* dst) {
 }
 
 bool invertProj(const double* src, double* dst, bool fast) {
-    if (fast && isAffineExactly(src)) {
+    if (!fast) {
+        return invertProjDouble(src, dst, true);
+    }
+    if (isAffineExactly(src)) {
         return invertProjAsAffine(src, dst);
     }
-#if defined(KY_LINEAR_AVX)
-    if (haveAvx()) {
-        return invertProjDoubleAvx(src, dst, !fast);
-    }
-#endif
-    return invertProjDouble(src, dst, !fast);
+    return invertProjDouble(src, dst, false);
 }
 
 bool invertProj(const float* src, float* dst, bool fast) {
