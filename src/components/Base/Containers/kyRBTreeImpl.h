@@ -194,11 +194,21 @@ protected:
         return y;
     }
 
-    Node* header() const { return const_cast<Node*>(&header_); }
-    Node* root() const { return header_.parent; }
-    Node* leftmost() const { return header_.left; }
-    Node* rightmost() const { return header_.right; }
-    const void* key(const Node* node) const { return keyOf(node, typeUtil_); }
+    Node* header() const {
+        return const_cast<Node*>(&header_);
+    }
+    Node* root() const {
+        return header_.parent;
+    }
+    Node* leftmost() const {
+        return header_.left;
+    }
+    Node* rightmost() const {
+        return header_.right;
+    }
+    const void* key(const Node* node) const {
+        return keyOf(node, typeUtil_);
+    }
 
     Node header_; // parent = root, left = leftmost, right = rightmost, colour = kRed
     int count_ = 0;
