@@ -241,19 +241,10 @@ inline int ioReadContextBinary::assemble(const unsigned char* bytes) const {
     return static_cast<int>(swapped_ ? ioDetail::swap32(value) : value);
 }
 
-// A value of fixed size: one load when it lies inside the level (nearly always), else the
-// general path with its checks and its message.
+// A value of fixed size: `take` with constant sizes, so its fast path is one load.
 template <class T>
 inline void ioReadContextBinary::takeValue(T& value) {
-    ioPacketFileBinaryBuffer* const b = buffer_;
-    if (b != nullptr && b->depth > 0 && !swapped_ &&
-        static_cast<std::int64_t>(b->position) + static_cast<std::int64_t>(sizeof value) <=
-            b->levels[static_cast<std::size_t>(b->depth - 1)].end) {
-        std::memcpy(&value, b->bytes + b->position, sizeof value);
-        b->position += static_cast<std::int32_t>(sizeof value);
-        return;
-    }
-    takeChecked(&value, static_cast<int>(sizeof value), 1);
+    take(&value, static_cast<int>(sizeof value), 1);
 }
 
 int ioReadContextBinary::readPacketOpening() {
@@ -284,27 +275,25 @@ int ioReadContextBinary::readPacketOpening() {
     if (buffer_->type == nullptr) {
         return 0; // reported by the caller
     }
-    std::int32_t got = 0;
     // The body is parsed where the stream holds it (valid until the stream is next read, which
     // is at the next packet); a body split across the stream's refills is copied.
+    std::int32_t got = length;
     buffer_->bytes = stream_.takeInPlace(length);
-    if (buffer_->bytes != nullptr) {
-        got = length;
-    }
-    while (got < length) {
-        const int piece = std::min(length - got, ioDetail::kReadPiece);
-        buffer_->position = got;
-        if (!buffer_->reserve(piece)) {
-            badData("a packet longer than this reader accepts");
-            return 0;
-        }
-        const int n = stream_.readData(buffer_->data.data() + got, piece);
-        got += n > 0 ? n : 0;
-        if (n < piece) {
-            break; // the stream's status tells why
-        }
-    }
     if (buffer_->bytes == nullptr) {
+        got = 0;
+        while (got < length) {
+            const int piece = std::min(length - got, ioDetail::kReadPiece);
+            buffer_->position = got;
+            if (!buffer_->reserve(piece)) {
+                badData("a packet longer than this reader accepts");
+                return 0;
+            }
+            const int n = stream_.readData(buffer_->data.data() + got, piece);
+            got += n > 0 ? n : 0;
+            if (n < piece) {
+                break; // the stream's status tells why
+            }
+        }
         buffer_->bytes = buffer_->data.data();
     }
     bytesRead_ += got;

@@ -150,19 +150,10 @@ void ioReferenceMapImpl::defineAndMark(int number, void* address, bool alias, io
 }
 
 int ioReferenceMapImpl::enter(const void* address) {
-    if (address == nullptr) {
-        return 0;
-    }
-    const auto at = reinterpret_cast<std::uintptr_t>(address);
-    if (rising_ && (risingCount_ == 0 || at > risingLast_) && lastNumber_ == risingCount_) {
-        // A new object above every one so far (the common case of objects from an array or a
-        // pool): no search, and the run goes on.
-        const int number = lastNumber_ + 1;
-        defineRecord(number, const_cast<void*>(address), false);
-        return number;
-    }
-    const int number = lookup(address);
-    return number >= 0 ? number : newReference(const_cast<void*>(address));
+    // The interface's composition without its two virtual calls; a new object above all
+    // others is answered by the rising run's first test.
+    const int number = ioReferenceMapImpl::lookup(address);
+    return number >= 0 ? number : ioReferenceMapImpl::newReference(const_cast<void*>(address));
 }
 
 inline ioReferenceMapImpl::Record* ioReferenceMapImpl::defineRecord(int number, void* address,
