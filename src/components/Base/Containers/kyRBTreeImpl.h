@@ -10,6 +10,15 @@
 
 namespace ky {
 
+/// A hint that `p`'s memory is about to be read (nothing where the compiler has no hint).
+inline void prefetchForRead(const void* p) {
+#if defined(__GNUC__)
+    __builtin_prefetch(p);
+#else
+    (void)p;
+#endif
+}
+
 /// A red-black tree of nodes whose key and value types the engine knows only through a
 /// `TypeUtil` table; the ordered typed containers are thin layers on top.
 ///
@@ -152,12 +161,8 @@ protected:
     /// Asks for both children's memory while the node's key is compared: in a tree larger
     /// than the caches the next node's load is then under way, whichever side the walk takes.
     static void prefetchChildren(const Node* x) {
-#if defined(__GNUC__)
-        __builtin_prefetch(x->left);
-        __builtin_prefetch(x->right);
-#else
-        (void)x;
-#endif
+        prefetchForRead(x->left);
+        prefetchForRead(x->right);
     }
     /// The walk of `lowerBound` with the order supplied by the caller (`nodeBelowKey(node)`:
     /// the node's key orders before the key sought); typed front ends pass their comparator
@@ -194,21 +199,11 @@ protected:
         return y;
     }
 
-    Node* header() const {
-        return const_cast<Node*>(&header_);
-    }
-    Node* root() const {
-        return header_.parent;
-    }
-    Node* leftmost() const {
-        return header_.left;
-    }
-    Node* rightmost() const {
-        return header_.right;
-    }
-    const void* key(const Node* node) const {
-        return keyOf(node, typeUtil_);
-    }
+    Node* header() const { return const_cast<Node*>(&header_); }
+    Node* root() const { return header_.parent; }
+    Node* leftmost() const { return header_.left; }
+    Node* rightmost() const { return header_.right; }
+    const void* key(const Node* node) const { return keyOf(node, typeUtil_); }
 
     Node header_; // parent = root, left = leftmost, right = rightmost, colour = kRed
     int count_ = 0;
