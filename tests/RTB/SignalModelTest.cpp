@@ -1,11 +1,8 @@
 // SignalModelTest.cpp - random re-entrant use of a signal checked against a reference model.
-//
-// While an emission runs, callbacks disconnect themselves and others, connect (some tied to one
-// of three trackers), block, unblock, hold their own connection, destroy a tracker (theirs,
-// perhaps) or the signal itself, and emit again. The same deterministic script runs once on a
-// real signal and once on a plain model (block counts by id; newest first is highest id first,
-// walked over a snapshot); the calls, the lock count each call finds and the connections left
-// must agree after every step.
+// During emission, callbacks disconnect, connect (perhaps tied to one of three trackers), block,
+// unblock, hold their own connection, destroy a tracker or the signal itself, and emit again.
+// One deterministic script runs on a real signal and on a plain model; the calls, the lock
+// count each call finds and the connections left must agree after every step.
 #include <Base/RTB/kyRTBSignal.h>
 
 #include <kyTestSupport.h>
@@ -17,6 +14,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -38,7 +36,7 @@ enum Action {
 
 struct Step {
     Action action;
-    std::uint64_t pick; // picks the target among the live connections
+    std::uint64_t pick;
 };
 
 std::uint64_t mix(std::uint64_t x) {
@@ -48,26 +46,38 @@ std::uint64_t mix(std::uint64_t x) {
     return x ^ (x >> 31);
 }
 
-// What the connection `id` does when called at `depth` during top-level emission `emission`.
+// The action a roll picks: `upTo` holds the cumulative per mille of each, in enum order.
+Action actionFor(std::uint64_t roll, const int (&upTo)[kEmit + 1]) {
+    int action = 0;
+    while (static_cast<int>(roll % 1000) >= upTo[action]) {
+        ++action;
+    }
+    return static_cast<Action>(action);
+}
+
+// What the connection `id` does when called at `depth` during top-level emission `emission`;
+// only a top-level call emits.
 Step stepFor(std::uint32_t seed, int emission, int id, int depth) {
     const std::uint64_t h =
         mix(mix(seed) ^ (static_cast<std::uint64_t>(emission) << 32 ^
                          static_cast<std::uint64_t>(id) << 8 ^ static_cast<std::uint64_t>(depth)));
-    // Per mille of the calls, by action in the order of the enum; only a top-level call emits.
-    const int upTo[] = {470, 550, 650, 750, 830, 910, 940, 957, 960, 1000};
-    int action = 0;
-    while (static_cast<int>(h % 1000) >= upTo[action]) {
-        ++action;
-    }
-    return {action == kEmit && depth != 0 ? kNothing : static_cast<Action>(action), h >> 10};
+    const Action action = actionFor(h, {470, 550, 650, 750, 830, 910, 940, 957, 960, 1000});
+    return {action == kEmit && depth != 0 ? kNothing : action, h >> 10};
 }
 
-// The model, which the real side extends: block counts and ties (-1: none) of the live
-// connections by id, the holds taken during a step, the calls in progress by id, the calls seen
-// with the lock count each finds, the script's position.
+// One side of the comparison. The model keeps the block counts and ties (-1: none) of the live
+// connections by id, the holds taken during a step and the calls in progress by id; with `real`
+// set the same script also drives a real signal, whose callbacks run it. Both record the calls
+// with the lock count each finds.
 struct Side {
-    explicit Side(std::uint32_t s) : seed(s) {}
-    virtual ~Side() = default;
+    Side(std::uint32_t s, bool r) : seed(s), real(r) {}
+
+    struct Callback : kyRTB::FunctionArg<int> {
+        Callback(Side* s, int i) : side(s), id(i) {}
+        void call(int depth) override { side->call(id, depth, side->items[id]->lockCount()); }
+        Side* side;
+        int id;
+    };
 
     // A call holds its item, and so does each call of it in progress further out.
     void call(int id, int depth, unsigned locks) {
@@ -77,138 +87,98 @@ struct Side {
         perform(stepFor(seed, emission, id, depth), id, depth);
         --active[id];
     }
-    unsigned expectedLocks(int id) { return 1u + static_cast<unsigned>(active[id] + holds[id]); }
-    int byRank(std::uint64_t pick) const {
-        return std::next(blocks.begin(), static_cast<long>(pick % blocks.size()))->first;
-    }
-    int tiedTo(int tracker) const {
-        return static_cast<int>(std::count_if(tie.begin(), tie.end(),
-                                              [&](const auto& e) { return e.second == tracker; }));
-    }
     void perform(const Step& step, int id, int depth) {
-        const int target = blocks.empty() ? 0 : byRank(step.pick);
+        auto ranked = blocks.begin(); // picks the target among the live connections
+        std::advance(ranked, blocks.empty() ? 0 : step.pick % blocks.size());
+        const int target = ranked == blocks.end() ? 0 : ranked->first;
+        const int tracker = static_cast<int>(step.pick % 4) - 1;
         switch (step.action) {
-        case kNothing:
-            break;
         case kDisconnectSelf:
         case kDisconnectOther:
-            disconnect(step.action == kDisconnectSelf ? id : target);
+            id = step.action == kDisconnectSelf ? id : target;
+            if (real && blocks.count(id) != 0) { // the signal's call or the item's own, alike
+                id % 2 == 0 ? signal->disconnect(items[id]) : items[id]->destroy();
+            }
+            blocks.erase(id);
+            tie.erase(id);
             break;
         case kConnectNew:
             if (blocks.size() < 40) {
-                connect(nextId++, static_cast<int>(step.pick % 4) - 1);
+                if (real) {
+                    auto* f = new Callback(this, nextId);
+                    items[nextId] = tracker < 0 ? signal->addCallback(f)
+                                                : signal->addCallback(f, *trackers[tracker]);
+                }
+                blocks[nextId] = 0;
+                tie[nextId++] = tracker;
             }
             break;
         case kBlock:
         case kUnblock:
-            block(target, step.action == kBlock ? 1 : -1);
+            if (real) {
+                step.action == kBlock ? signal->block(items[target])
+                                      : signal->unblock(items[target]);
+            }
+            blocks[target] =
+                std::clamp(blocks[target] + (step.action == kBlock ? 1 : -1), 0, 65535);
             break;
-        case kDropTracker:
-            dropTracker(static_cast<int>(step.pick % 3));
+        case kDropTracker: // takes the connections tied to it along
+            if (real) {
+                trackers[step.pick % 3] = std::make_unique<kyRTB::Signal<>>();
+            }
+            for (int other = 1; other < nextId; ++other) {
+                if (tie.count(other) != 0 && tie[other] == static_cast<int>(step.pick % 3)) {
+                    blocks.erase(other);
+                    tie.erase(other);
+                }
+            }
             break;
         case kHold: // on the calling connection, released after the step
-            hold(id);
+            if (real) {
+                items[id]->lock();
+                held.push_back(items[id]);
+            }
+            ++holds[id];
             break;
         case kDestroySignal: // the signal goes, and a new one takes its place
-            destroySignal();
+            if (real) {
+                signal = std::make_unique<kyRTB::Signal<int>>();
+            }
+            blocks.clear();
+            tie.clear();
             break;
         case kEmit:
-            emit(depth + 1);
+            real ? signal->emit(depth + 1) : emitModel(depth + 1);
+            break;
+        default:
             break;
         }
     }
-
-    virtual void connect(int id, int tracker) {
-        blocks[id] = 0;
-        tie[id] = tracker;
-    }
-    virtual void disconnect(int id) {
-        blocks.erase(id);
-        tie.erase(id);
-    }
-    virtual void block(int id, int by) { blocks[id] = std::clamp(blocks[id] + by, 0, 65535); }
-    // A tracker's destruction takes its tied connections along.
-    virtual void dropTracker(int tracker) {
-        for (int id = 1; id < nextId; ++id) {
-            if (tie.count(id) != 0 && tie[id] == tracker) {
-                Side::disconnect(id);
-            }
-        }
-    }
-    virtual void hold(int id) { ++holds[id]; }
-    virtual void destroySignal() {
-        blocks.clear();
-        tie.clear();
-    }
-    virtual void release() { holds.clear(); }
     // New connections go to the head and are never reached by a running walk, so walking a
     // snapshot of the ids and skipping the ones gone meanwhile is exact.
-    virtual void emit(int depth) {
-        std::vector<int> order;
-        for (auto it = blocks.rbegin(); it != blocks.rend(); ++it) {
-            order.push_back(it->first);
-        }
-        for (int id : order) {
+    void emitModel(int depth) {
+        const std::map<int, int> snapshot = blocks;
+        for (auto it = snapshot.rbegin(); it != snapshot.rend(); ++it) {
+            const int id = it->first;
             if (blocks.count(id) != 0 && blocks[id] == 0) {
-                call(id, depth, expectedLocks(id));
+                call(id, depth, 1u + static_cast<unsigned>(active[id] + holds[id]));
             }
         }
     }
-
-    std::uint32_t seed;
-    int emission = 0;
-    int nextId = 1;
-    std::map<int, int> blocks, tie, holds, active;
-    std::vector<std::string> calls;
-};
-
-// The real side: a signal whose callbacks run the script.
-struct RealSide : Side {
-    using Side::Side;
-    struct Callback : kyRTB::FunctionArg<int> {
-        Callback(RealSide* s, int i) : side(s), id(i) {}
-        void call(int depth) override { side->call(id, depth, side->items[id]->lockCount()); }
-        RealSide* side;
-        int id;
-    };
-    void connect(int id, int tracker) override {
-        auto* f = new Callback(this, id);
-        items[id] =
-            tracker < 0 ? signal->addCallback(f) : signal->addCallback(f, *trackers[tracker]);
-        Side::connect(id, tracker);
-    }
-    void disconnect(int id) override {
-        if (blocks.count(id) != 0) {
-            signal->disconnect(items[id]);
-            Side::disconnect(id);
-        }
-    }
-    void block(int id, int by) override {
-        by > 0 ? signal->block(items[id]) : signal->unblock(items[id]);
-        Side::block(id, by);
-    }
-    void dropTracker(int tracker) override {
-        trackers[tracker] = std::make_unique<kyRTB::Signal<>>();
-        Side::dropTracker(tracker);
-    }
-    void hold(int id) override {
-        items[id]->lock();
-        held.push_back(items[id]);
-        Side::hold(id);
-    }
-    void destroySignal() override {
-        signal = std::make_unique<kyRTB::Signal<int>>();
-        Side::destroySignal();
-    }
-    void release() override {
+    void release() {
         for (Connection* c : held) {
             c->unlock(); // frees what was destroyed meanwhile, even after its signal
         }
         held.clear();
-        Side::release();
+        holds.clear();
     }
-    void emit(int depth) override { signal->emit(depth); }
 
+    std::uint32_t seed;
+    bool real;
+    int emission = 0;
+    int nextId = 1;
+    std::map<int, int> blocks, tie, holds, active;
+    std::vector<std::string> calls;
     std::unique_ptr<kyRTB::Signal<int>> signal = std::make_unique<kyRTB::Signal<int>>();
     std::map<int, Connection*> items; // by id; only those of live ids are valid
     std::vector<Connection*> held;
@@ -222,26 +192,20 @@ class SignalModelTest : public ::testing::TestWithParam<std::uint32_t> {};
 TEST_P(SignalModelTest, RandomReentrantUseMatchesTheModel) {
     const std::uint32_t seed = GetParam();
     kytest::Random random(seed);
-    RealSide real(seed);
-    Side model(seed);
-    int emissions = 0;
-    int nonTrivialEmissions = 0;
+    Side real(seed, true);
+    Side model(seed, false);
+    int emissions = 0, nonTrivialEmissions = 0;
     for (int step = 0; step < 600; ++step) {
         SCOPED_TRACE("step " + std::to_string(step));
         // The test itself runs the same actions from outside any emission.
-        const int roll = random.range(0, 99);
-        const Step outside{roll < 25 || real.blocks.empty() ? kConnectNew
-                           : roll < 35                      ? kDisconnectOther
-                           : roll < 42                      ? kBlock
-                           : roll < 50                      ? kUnblock
-                           : roll < 53                      ? kDropTracker
-                           : roll < 54                      ? kDestroySignal
-                                                            : kEmit,
+        const Action action = actionFor(static_cast<std::uint64_t>(random.range(0, 999)),
+                                        {0, 0, 100, 350, 420, 500, 530, 530, 540, 1000});
+        const Step outside{real.blocks.empty() ? kConnectNew : action,
                            static_cast<std::uint64_t>(random.range(0, 1 << 20))};
         const std::size_t before = real.calls.size();
         emissions += outside.action == kEmit;
         real.emission = model.emission = emissions;
-        for (Side* side : {static_cast<Side*>(&real), &model}) {
+        for (Side* side : {&real, &model}) {
             side->perform(outside, 0, -1);
             side->release();
         }
@@ -252,14 +216,16 @@ TEST_P(SignalModelTest, RandomReentrantUseMatchesTheModel) {
         ASSERT_EQ(real.signal->numConnections(), static_cast<int>(model.blocks.size()));
         for (const auto& [id, blocks] : model.blocks) {
             const Connection* c = real.items[id];
-            EXPECT_EQ(static_cast<int>(c->blockCount()), blocks) << id;
-            EXPECT_EQ(real.signal->isBlocked(c), blocks > 0);
-            EXPECT_EQ(c->lockCount(), 0u);
-            EXPECT_FALSE(c->isDestroyed());
-            EXPECT_EQ(c->partner() != nullptr, model.tie[id] >= 0);
+            EXPECT_EQ(std::make_tuple(static_cast<int>(c->blockCount()), real.signal->isBlocked(c),
+                                      c->lockCount(), c->isDestroyed(), c->partner() != nullptr),
+                      std::make_tuple(blocks, blocks > 0, 0u, false, model.tie[id] >= 0))
+                << id;
         }
         for (int t = 0; t < 3; ++t) { // the partner ends, one per tied connection
-            EXPECT_EQ(real.trackers[t]->numConnections(), model.tiedTo(t)) << "tracker " << t;
+            EXPECT_EQ(real.trackers[t]->numConnections(),
+                      std::count_if(model.tie.begin(), model.tie.end(),
+                                    [t](const auto& e) { return e.second == t; }))
+                << "tracker " << t;
         }
         if (HasFailure()) {
             return;
