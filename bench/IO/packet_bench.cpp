@@ -95,8 +95,11 @@ struct Data {
             char name[16];
             std::snprintf(name, sizeof name, "rec%09d", i % 1000000000);
             r.name.assign(name, 12);
+            // Any of the records before, spread evenly: the high bits of i times an odd
+            // constant, modulo i (the product itself is a multiple of i).
             const int earlier =
-                i == 0 ? -1 : static_cast<int>((i * 2654435761ULL) % static_cast<unsigned>(i));
+                i == 0 ? -1
+                       : static_cast<int>(((i * 2654435761ULL) >> 16) % static_cast<unsigned>(i));
             r.earlier = earlier < 0 ? nullptr : &records[static_cast<std::size_t>(earlier)];
 #ifdef KY_BENCH_HAVE_CEREAL
             r.earlierIndex = earlier;
