@@ -5,12 +5,14 @@
 #include <Base/BaseExport.h>
 #include <Base/Linear/kyLinearAffineMatrix.h>
 #include <Base/Linear/kyLinearHPoint.h>
+#include <Base/Linear/kyLinearProjInverse.h>
 #include <Base/Linear/kyLinearTolerance.h>
 #include <Base/Linear/kyLinearVector.h>
 
 #include <cmath>
 #include <iosfwd>
 #include <string>
+#include <type_traits>
 
 namespace kyLinear {
 
@@ -113,13 +115,13 @@ public:
         // The same as invert() on a copy; the result is written once instead of copied and
         // overwritten (128 bytes, which shows in loops of inversions).
         TProjMatrix m{NoInit()};
-        if (!detail::invertProj(data(), m.data(), false)) {
+        if (!invertTo(m.data())) {
             m = *this;
         }
         return m;
     }
     /// Inverts in place. False, and the matrix unchanged, when !isInvertible().
-    bool invert() { return detail::invertProj(data(), data(), false); }
+    KY_LINEAR_ALWAYS_INLINE bool invert() { return invertTo(data()); }
     /// Inverts in place without the tolerance test, for matrices known to be invertible: false
     /// (and unchanged) only when the determinant is exactly zero or not finite, so nearly
     /// singular matrices give large values. Affine matrices (last column exactly 0, 0, 0, 1)
@@ -173,6 +175,15 @@ public:
     }
 
 private:
+    KY_LINEAR_ALWAYS_INLINE bool invertTo(T* dst) const {
+#if KY_LINEAR_INLINE_INVERSE
+        if constexpr (std::is_same_v<T, double>) {
+            return detail::invertProj4(data(), dst, true);
+        }
+#endif
+        return detail::invertProj(data(), dst, false);
+    }
+
     struct NoInit {};
     // Leaves the elements unset, for a result that is written at once.
     explicit TProjMatrix(NoInit) {}
