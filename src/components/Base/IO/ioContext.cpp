@@ -362,6 +362,7 @@ void ioReadContext::readFile(ioClientReadContext& client) {
     }
     eofType_ = registry_->lookup(ioDetail::kEofTypeName);
     referenceBase_ = referenceMap_->highestNumber() - static_cast<int>(bytesRead() / 4);
+    referenceLimit_ = 0;
     pushPacket();
     while (good() && !halted_) {
         readPacket(client);
@@ -464,8 +465,10 @@ int ioReadContext::readReference() {
     // one; a number beyond what was read so far (plus what a shared map held when the file
     // began) is corrupt and must not grow the record table. The bound must not follow the
     // numbers the file itself defines, or a small file could ratchet it up without limit.
-    const std::int64_t limit = static_cast<std::int64_t>(referenceBase_) + bytesRead() / 4 + 1;
-    if (number > limit) {
+    if (number > referenceLimit_) {
+        referenceLimit_ = static_cast<std::int64_t>(referenceBase_) + bytesRead() / 4 + 1;
+    }
+    if (number > referenceLimit_) {
         badData("a reference number beyond what the file can hold");
         return 0;
     }

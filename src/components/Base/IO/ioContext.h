@@ -337,6 +337,8 @@ protected:
     /// The map's highest number when the file began: reference numbers are bounded by it plus
     /// what the file has delivered so far.
     int referenceBase_;
+    /// That bound as last computed: it only grows, so numbers below it need no new one.
+    std::int64_t referenceLimit_ = 0;
 
 private:
     void readPacket(ioClientReadContext& client);

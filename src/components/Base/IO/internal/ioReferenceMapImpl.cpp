@@ -335,23 +335,23 @@ void ioReferenceMapImpl::resolve(int number, void** slot, ioPacketType* type, in
 }
 
 void ioReferenceMapImpl::resolveRemaining(ioClientReadContext& client) {
-    for (int n = 1; n <= highest_; ++n) {
-        Record* page = pages_[static_cast<std::size_t>(n / kPageSize)];
-        if (page == nullptr) {
-            n = (n / kPageSize + 1) * kPageSize - 1; // the whole page is untouched
-            continue;
-        }
-        Record& record = page[n % kPageSize];
-        if (!record.inUse || !record.live) {
-            continue;
-        }
-        for (Fixup* f = record.pending; f != nullptr; f = f->next) {
-            if (f->type != nullptr) {
-                f->type->handleUnresolvedPtr(client, static_cast<void*>(f->slot), f->extra);
+    // Page by page, in number order; untouched pages were never allocated.
+    for (int first = 0; highest_ > 0 && first <= highest_; first += kPageSize) {
+        Record* page = pages_[static_cast<std::size_t>(first / kPageSize)];
+        const int end = std::min(highest_ + 1, first + kPageSize) - first;
+        for (int i = first == 0 ? 1 : 0; page != nullptr && i < end; ++i) {
+            Record& record = page[i];
+            if (!record.inUse || !record.live) {
+                continue;
             }
-        }
-        if (record.defined && !record.used && record.definingType != nullptr) {
-            record.definingType->handleUnreferencedMemory(client, record.address);
+            for (Fixup* f = record.pending; f != nullptr; f = f->next) {
+                if (f->type != nullptr) {
+                    f->type->handleUnresolvedPtr(client, static_cast<void*>(f->slot), f->extra);
+                }
+            }
+            if (record.defined && !record.used && record.definingType != nullptr) {
+                record.definingType->handleUnreferencedMemory(client, record.address);
+            }
         }
     }
 }
