@@ -42,6 +42,7 @@ TEST(LinearProjMatrix, InvertFastSkipsOnlyTheTolerance) {
     m(2, 2) = 1e-13;
     m(0, 3) = 0.5; // not affine
     ASSERT_FALSE(m.isInvertible());
+    EXPECT_EQ(maxDiff(m.inverse(), m, 4, 4), 0.0); // refused: an unchanged copy
     ProjMatrix fast = m;
     EXPECT_TRUE(fast.invertFast());
     EXPECT_LE(maxDiff(fast * m, ProjMatrix(), 4, 4), 1e-3);
@@ -51,7 +52,9 @@ TEST(LinearProjMatrix, InvertFastSkipsOnlyTheTolerance) {
     EXPECT_FALSE(zero.invertFast());
     ProjMatrix nan;
     nan(1, 2) = std::nan("");
-    EXPECT_FALSE(nan.invertFast());
+    EXPECT_FALSE(nan.invertFast()); // the affine route
+    nan(0, 3) = 0.5;
+    EXPECT_FALSE(nan.invertFast()); // and the 4 x 4 one
 }
 
 TEST(LinearProjMatrix, AffineMatricesAndTheAffineRoute) {

@@ -131,7 +131,7 @@ bool invertProjT(const T* m, T* dst, bool checkTolerance) {
 
 bool invertProjDouble(const double* m, double* dst, bool checkTolerance) {
 #if KY_LINEAR_INLINE_INVERSE
-    return invertProj4(m, dst, checkTolerance);
+    return checkTolerance ? invertProj4<true>(m, dst) : invertProj4<false>(m, dst);
 #else
     return invertProjT(m, dst, checkTolerance);
 #endif

@@ -85,8 +85,9 @@ inline void adjugateRows(const Block& p, double inv, Lanes& row0, Lanes& row1) {
 } // namespace proj4
 
 /// The inverse of the row-major 4 x 4 matrix `m` into `dst` (which may be `m`): false, and dst
-/// untouched, when |det| is below the tolerance (checkTolerance) or is 0 or not finite.
-KY_LINEAR_ALWAYS_INLINE bool invertProj4(const double* m, double* dst, bool checkTolerance) {
+/// untouched, when |det| is below the tolerance (kCheckTolerance) or is 0 or not finite.
+template <bool kCheckTolerance>
+KY_LINEAR_ALWAYS_INLINE bool invertProj4(const double* m, double* dst) {
     using namespace proj4;
     Lanes in[8]; // row i is in[2 i] (columns 0 and 1) and in[2 i + 1] (columns 2 and 3)
     std::memcpy(in, m, sizeof in);
@@ -100,8 +101,11 @@ KY_LINEAR_ALWAYS_INLINE bool invertProj4(const double* m, double* dst, bool chec
     const Lanes trace = ab.r0 * KY_LINEAR_SHUFFLE(dc.r0, dc.r1, 0, 2) +
                         ab.r1 * KY_LINEAR_SHUFFLE(dc.r0, dc.r1, 1, 3);
     const double determinant = detA * detD + detB * detC - (trace[0] + trace[1]);
-    if (checkTolerance ? !(std::fabs(determinant) >= Tolerance<double>::epsilon())
-                       : !(determinant != 0 && std::isfinite(determinant))) {
+    if constexpr (kCheckTolerance) {
+        if (!(std::fabs(determinant) >= Tolerance<double>::epsilon())) {
+            return false;
+        }
+    } else if (!(determinant != 0 && std::isfinite(determinant))) {
         return false;
     }
     const double inv = 1.0 / determinant;

@@ -178,7 +178,7 @@ private:
     KY_LINEAR_ALWAYS_INLINE bool invertTo(T* dst) const {
 #if KY_LINEAR_INLINE_INVERSE
         if constexpr (std::is_same_v<T, double>) {
-            return detail::invertProj4(data(), dst, true);
+            return detail::invertProj4<true>(data(), dst);
         }
 #endif
         return detail::invertProj(data(), dst, false);
