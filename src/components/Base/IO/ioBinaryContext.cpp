@@ -388,7 +388,7 @@ int ioReadContextBinary::readLength() {
 inline void ioReadContextBinary::take(void* out, int size, int count) {
     ioPacketFileBinaryBuffer* const b = buffer_;
     if (b != nullptr && b->depth > 0 && !swapped_ && count > 0 && count <= 0x10000000 / size &&
-        b->position + size * count <= b->levels[static_cast<std::size_t>(b->depth - 1)].end) {
+        b->position + size * count <= b->top().end) {
         // The common case, checked in 32 bits: inside the level, in the writer's byte order.
         std::memcpy(out, b->bytes + b->position, static_cast<std::size_t>(size * count));
         b->position += size * count;

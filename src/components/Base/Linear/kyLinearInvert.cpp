@@ -15,14 +15,6 @@ namespace detail {
 
 namespace {
 
-// Whether a determinant allows inversion: at least the tolerance in magnitude, or (for the
-// fast variants, which skip the tolerance) merely non-zero and finite.
-template <class T>
-bool acceptDeterminant(T det, bool checkTolerance) {
-    return checkTolerance ? std::fabs(det) >= Tolerance<T>::epsilon()
-                          : det != 0 && std::isfinite(det);
-}
-
 // A row-major 4 x 3 affine matrix: rows 0-2 linear, row 3 translation. The inverse of
 // p L + t is p L^-1 - t L^-1, and L^-1 is the adjugate over the determinant.
 template <class T>

@@ -19,9 +19,18 @@
 #define KY_LINEAR_ALWAYS_INLINE inline
 #endif
 
-#if KY_LINEAR_INLINE_INVERSE
 namespace kyLinear {
 namespace detail {
+
+/// Whether a determinant allows inversion: at least the tolerance in magnitude, or (for the
+/// fast variants, which skip the tolerance) merely non-zero and finite.
+template <class T>
+bool acceptDeterminant(T det, bool checkTolerance) {
+    return checkTolerance ? std::fabs(det) >= Tolerance<T>::epsilon()
+                          : det != 0 && std::isfinite(det);
+}
+
+#if KY_LINEAR_INLINE_INVERSE
 namespace proj4 {
 
 // The double 4 x 4 inverse by 2 x 2 blocks on two-lane vectors (GCC and Clang vector
@@ -101,11 +110,7 @@ KY_LINEAR_ALWAYS_INLINE bool invertProj4(const double* m, double* dst) {
     const Lanes trace = ab.r0 * KY_LINEAR_SHUFFLE(dc.r0, dc.r1, 0, 2) +
                         ab.r1 * KY_LINEAR_SHUFFLE(dc.r0, dc.r1, 1, 3);
     const double determinant = detA * detD + detB * detC - (trace[0] + trace[1]);
-    if constexpr (kCheckTolerance) {
-        if (!(std::fabs(determinant) >= Tolerance<double>::epsilon())) {
-            return false;
-        }
-    } else if (!(determinant != 0 && std::isfinite(determinant))) {
+    if (!acceptDeterminant(determinant, kCheckTolerance)) {
         return false;
     }
     const double inv = 1.0 / determinant;
@@ -119,9 +124,9 @@ KY_LINEAR_ALWAYS_INLINE bool invertProj4(const double* m, double* dst) {
 }
 
 #undef KY_LINEAR_SHUFFLE
+#endif
 
 } // namespace detail
 } // namespace kyLinear
-#endif
 
 #endif // KY_LINEAR_PROJINVERSE_H

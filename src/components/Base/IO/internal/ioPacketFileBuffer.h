@@ -17,8 +17,8 @@ public:
 
     /// Back to a fresh packet of `packetType`.
     void reset(ioPacketType* packetType) {
-        // Only levels that were entered can hold a flag; level 0 always exists.
-        std::memset(chunkOpen.data(), 0, chunkOpen.size());
+        // Higher levels are cleared as they are raised.
+        chunkOpen[0] = 0;
         level = 0;
         valid = true;
         type = packetType;
