@@ -10,9 +10,13 @@
 //            earlier record is stored as its index. Goals: write 3x, read 1.5x.
 //   boost    Boost.Serialization's binary archive of the records as tracked pointers (the
 //            same object graph as ours). Goals: write 5x, read 2x.
+//   floor    (always) the same bytes written and read with none of the library's layers, only
+//            the reference records that the map must keep: see below. Its ratio to ours, and
+//            cereal's ratio to it, are printed without goals.
 // The file size of each run is the "bytes" counter. Times are wall-clock milliseconds.
 #include <Base/IO/ioBinaryContext.h>
 #include <Base/IO/ioBufferedStream.h>
+#include <Base/IO/ioHeader.h>
 #include <Base/IO/ioPacketRegistry.h>
 #include <Base/IO/ioPacketType.h>
 
@@ -23,6 +27,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -243,6 +248,214 @@ KY_BENCHMARK_IO(BM_WriteBase, "packets/write/1M/base");
 KY_BENCHMARK_IO(BM_ReadBase, "packets/read/1M/base");
 
 // ---------------------------------------------------------------------------------------------
+// The floor: only the work that the file format and the reference map's records require, with
+// no context, no call per value and no tree. It writes the very bytes of writeBase (checked
+// before timing) and reads them back into records as readRecord does. Its map record holds
+// the fields the map's record holds (flags, use count, address, defining type, fix-up list:
+// 32 bytes), 1,250 to a page, made as numbers are first touched. The number of an earlier
+// record is computed from its address, which is cheaper than any search (the library's map
+// guesses it and reads the record to confirm). cereal / floor bounds what an implementation of
+// that contract can reach on this machine and this file system.
+
+struct FloorRecord {
+    unsigned char inUse, defined, live, alias;
+    int uses;
+    void* address;
+    const void* definingType;
+    void* pending;
+};
+
+class FloorTable {
+public:
+    static constexpr int kPage = 1250;
+    FloorTable() = default;
+    FloorTable(const FloorTable&) = delete;
+    FloorTable& operator=(const FloorTable&) = delete;
+    ~FloorTable() {
+        for (FloorRecord* page : pages_) {
+            delete[] page;
+        }
+    }
+    FloorRecord& touch(int number) {
+        const auto index = static_cast<std::size_t>(number / kPage);
+        if (index >= pages_.size()) {
+            pages_.resize(index + 1, nullptr);
+        }
+        if (pages_[index] == nullptr) {
+            pages_[index] = new FloorRecord[kPage]();
+        }
+        FloorRecord& record = pages_[index][number % kPage];
+        record.inUse = record.live = 1;
+        return record;
+    }
+    const FloorRecord& at(int number) const {
+        return pages_[static_cast<std::size_t>(number / kPage)][number % kPage];
+    }
+    /// The objects defined and never used: what the end of a read reports.
+    int unreferenced() const {
+        int count = 0;
+        for (const FloorRecord* page : pages_) {
+            for (int i = 0; page != nullptr && i < kPage; ++i) {
+                count += page[i].inUse && page[i].defined && page[i].uses == 0 ? 1 : 0;
+            }
+        }
+        return count;
+    }
+
+private:
+    std::vector<FloorRecord*> pages_;
+};
+
+bool writeFloor(const fs::path& file) {
+    ioBufferedStreamOutput out;
+    out.openFile(kyString::IString(file.c_str()));
+    RecordRegistry registry;
+    ioHeader(ioWriteBinary).writeHeader(out);
+    registry.init();
+    registry.writeRegistry(out, true);
+    const ioPacketType* type = registry.lookup("record");
+    FloorTable table;
+    int count = 0;
+    std::uintptr_t first = 0;
+    std::uintptr_t last = 0;
+    std::uintptr_t step = 0;
+    char packet[128];
+    for (const Record& rec : data().records) {
+        const std::int32_t number = ++count;
+        FloorRecord& mine = table.touch(number);
+        mine.address = const_cast<Record*>(&rec);
+        mine.defined = 1;
+        mine.definingType = type;
+        // The records' addresses so far form one arithmetic progression (an array): an earlier
+        // address's number is its distance from the first over the step, with no memory read.
+        const auto at = reinterpret_cast<std::uintptr_t>(&rec);
+        if (number == 2) {
+            step = at - first;
+        } else if (number > 2 && at != last + step) {
+            return false; // the floor covers arrays only
+        }
+        first = number == 1 ? at : first;
+        last = at;
+        std::int32_t earlier = 0;
+        if (rec.earlier != nullptr) {
+            const auto want = reinterpret_cast<std::uintptr_t>(rec.earlier);
+            if (want < first || want > last || step == 0 || (want - first) % step != 0) {
+                return false;
+            }
+            earlier = static_cast<std::int32_t>((want - first) / step) + 1;
+        }
+        char* p = packet + 12;
+        const auto put = [&p](const void* value, std::size_t size) {
+            std::memcpy(p, value, size);
+            p += size;
+        };
+        put(&number, 4);
+        put(&rec.id, 4);
+        put(rec.xyz, sizeof rec.xyz);
+        put(rec.name.c_str(), rec.name.size() + 1);
+        put(&earlier, 4);
+        const std::int32_t head[3] = {type->getId(), 1, static_cast<std::int32_t>(p - packet) - 12};
+        std::memcpy(packet, head, sizeof head);
+        out.writeData(packet, static_cast<int>(p - packet));
+    }
+    const std::int32_t end[3] = {registry.lookup("packetFile_EOF")->getId(), 0, 0};
+    out.writeData(reinterpret_cast<const char*>(end), sizeof end);
+    out.close();
+    return out.good();
+}
+
+bool readFloor(const fs::path& file) {
+    std::vector<Record> records;
+    records.reserve(kRecords);
+    ioBufferedStreamInput in;
+    in.openFile(kyString::IString(file.c_str()));
+    ioHeader header;
+    RecordRegistry registry;
+    registry.init();
+    if (!header.readHeader(in) || registry.readRegistry(in) != ioGood) {
+        return false;
+    }
+    const int recordId = registry.lookup("record")->getId();
+    const int eofId = registry.lookup("packetFile_EOF")->getId();
+    const ioPacketType* type = registry.lookup(recordId);
+    FloorTable table;
+    char spare[128];
+    const auto take = [&](int length) -> const char* {
+        const char* bytes = in.takeInPlace(length);
+        return bytes != nullptr ? bytes : in.readData(spare, length) == length ? spare : nullptr;
+    };
+    for (;;) {
+        std::int32_t head[3];
+        const char* bytes = take(12);
+        if (bytes == nullptr) {
+            return false;
+        }
+        std::memcpy(head, bytes, sizeof head);
+        if (head[0] == eofId) {
+            break;
+        }
+        const char* body = head[0] == recordId && head[1] == 1 && head[2] >= 37 &&
+                                   head[2] <= static_cast<int>(sizeof spare)
+                               ? take(head[2])
+                               : nullptr;
+        if (body == nullptr) {
+            return false;
+        }
+        records.emplace_back();
+        Record& rec = records.back();
+        std::int32_t number;
+        std::memcpy(&number, body, 4);
+        FloorRecord& mine = table.touch(number);
+        mine.address = &rec;
+        mine.defined = 1;
+        mine.definingType = type;
+        std::memcpy(&rec.id, body + 4, 4);
+        std::memcpy(rec.xyz, body + 8, sizeof rec.xyz);
+        const std::size_t length = strnlen(body + 32, static_cast<std::size_t>(head[2]) - 36);
+        rec.name.assign(body + 32, length);
+        std::int32_t earlier;
+        std::memcpy(&earlier, body + 33 + length, 4);
+        if (earlier > 0) {
+            FloorRecord& target = table.touch(earlier);
+            ++target.uses;
+            rec.earlier = target.defined ? static_cast<Record*>(target.address) : nullptr;
+        }
+    }
+    std::vector<const Record*> view;
+    for (const Record& rec : records) {
+        view.push_back(&rec);
+    }
+    return table.unreferenced() > 0 && sameRecords(data().records, view);
+}
+
+std::string contents(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+void BM_WriteFloor(benchmark::State& state) {
+    const fs::path file = data().file("floor.pkt");
+    const fs::path ours = data().file("floor-base.pkt");
+    if (!writeFloor(file) || !writeBase(ours) || contents(file) != contents(ours)) {
+        state.SkipWithError("the floor does not write the library's bytes");
+        return;
+    }
+    timed(state, file, [&] { return writeFloor(file); });
+}
+
+void BM_ReadFloor(benchmark::State& state) {
+    const fs::path file = data().file("floor-read.pkt");
+    if (!writeBase(file)) {
+        state.SkipWithError("cannot write the input");
+        return;
+    }
+    timed(state, file, [&] { return readFloor(file); });
+}
+
+KY_BENCHMARK_IO(BM_WriteFloor, "packets/write/1M/floor");
+KY_BENCHMARK_IO(BM_ReadFloor, "packets/read/1M/floor");
+
+// ---------------------------------------------------------------------------------------------
 // cereal
 
 #ifdef KY_BENCH_HAVE_CEREAL
@@ -349,6 +562,12 @@ const bool kPacketGoals[] = {
 #ifdef KY_BENCH_HAVE_BOOST
     kybench::goal("packets/write/1M", "boost", 5.0),
     kybench::goal("packets/read/1M", "boost", 2.0),
+#endif
+    kybench::goal("packets/write/1M", "floor", 0),
+    kybench::goal("packets/read/1M", "floor", 0),
+#ifdef KY_BENCH_HAVE_CEREAL
+    kybench::goal("packets/write/1M", "cereal", 0, "floor"),
+    kybench::goal("packets/read/1M", "cereal", 0, "floor"),
 #endif
     true,
 };

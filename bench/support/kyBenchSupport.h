@@ -23,7 +23,8 @@ namespace kybench {
 
 struct Goal {
     std::string baseline;
-    double minimumRatio; // baseline time / Base time must reach this
+    double minimumRatio; // baseline time / subject time must reach this
+    std::string subject; // "base", or another benchmark of the case set beside the baseline
 };
 
 inline std::map<std::string, std::vector<Goal>>& goals() {
@@ -32,9 +33,12 @@ inline std::map<std::string, std::vector<Goal>>& goals() {
 }
 
 /// Registers a goal: the case's Base benchmark must run at least `minimumRatio` times as fast
-/// as its `baseline` benchmark (0 means: just print the ratio).
-inline bool goal(const std::string& name, const std::string& baseline, double minimumRatio) {
-    goals()[name].push_back({baseline, minimumRatio});
+/// as its `baseline` benchmark (0 means: just print the ratio). A `subject` other than "base"
+/// compares two of the case's other benchmarks, for example a floor against a baseline; its
+/// row names the subject in brackets.
+inline bool goal(const std::string& name, const std::string& baseline, double minimumRatio,
+                 const std::string& subject = "base") {
+    goals()[name].push_back({baseline, minimumRatio, subject});
     return true;
 }
 
@@ -102,8 +106,8 @@ inline int printRatios(const std::map<std::string, std::vector<double>>& repetit
     std::printf("\n%-44s %-12s %11s %11s %7s %15s %6s  %s\n", "case", "baseline", "base",
                 "baseline", "ratio", "ratio IQR", "goal", "");
     for (const auto& entry : goals()) {
-        const auto mine = repetitions.find(entry.first + "/base");
         for (const Goal& g : entry.second) {
+            const auto mine = repetitions.find(entry.first + "/" + g.subject);
             const auto theirs = repetitions.find(entry.first + "/" + g.baseline);
             if (mine == repetitions.end() || theirs == repetitions.end()) {
                 continue; // filtered out, or the baseline was not built
@@ -129,7 +133,9 @@ inline int printRatios(const std::map<std::string, std::vector<double>>& repetit
             }
             char range[32];
             std::snprintf(range, sizeof range, "%.2f-%.2f", low, high);
-            std::printf("%-44s %-12s %11.1f %11.1f %6.2fx %15s %5.2fx  %s\n", entry.first.c_str(),
+            const std::string row =
+                g.subject == "base" ? entry.first : entry.first + " [" + g.subject + "]";
+            std::printf("%-44s %-12s %11.1f %11.1f %6.2fx %15s %5.2fx  %s\n", row.c_str(),
                         g.baseline.c_str(), quantile(mine->second, 0.5),
                         quantile(theirs->second, 0.5), quantile(ratios, 0.5), range, g.minimumRatio,
                         verdict);
