@@ -80,7 +80,7 @@ inline void ioWriteContextBinary::putValue(T value) {
 
 void ioWriteContextBinary::openPacket(int typeId, bool hasObject) {
     buffer_->position = 0;
-    buffer_->depth = 0;
+    buffer_->clearLevels();
     const std::int32_t head[3] = {typeId, hasObject ? 1 : 0, 0};
     // The area is never smaller than its initial size: the head always fits.
     std::memcpy(buffer_->data.data(), head, ioDetail::kHeadSize);
@@ -248,7 +248,7 @@ inline void ioReadContextBinary::takeValue(T& value) {
 }
 
 int ioReadContextBinary::readPacketOpening() {
-    buffer_->depth = 0;
+    buffer_->clearLevels();
     buffer_->position = 0;
     // The head's three integers, least significant byte first (most significant first when
     // swapped): in place when the stream holds them, else in one transfer.
@@ -298,7 +298,7 @@ int ioReadContextBinary::readPacketOpening() {
     }
     bytesRead_ += got;
     buffer_->position = 0;
-    buffer_->pushLevel().end = got;
+    buffer_->pushLevel(got);
     if (got < length) {
         return 0;
     }
@@ -309,7 +309,7 @@ void ioReadContextBinary::finishPacket() {
     if (buffer_->depth > 0) {
         buffer_->position = buffer_->levels[0].end;
     }
-    buffer_->depth = 0;
+    buffer_->clearLevels();
 }
 
 bool ioReadContextBinary::readNextChunk() {
@@ -366,10 +366,8 @@ bool ioReadContextBinary::enterSubPacket() {
             }
         }
     }
-    ioPacketFileBinaryBuffer::Level& level = buffer_->pushLevel();
-    level.start = buffer_->position;
-    level.end = entered ? end : buffer_->position;
-    return entered && level.end > buffer_->position;
+    buffer_->pushLevel(entered ? end : buffer_->position).start = buffer_->position;
+    return entered && buffer_->limit > buffer_->position;
 }
 
 void ioReadContextBinary::leaveSubPacket() {
@@ -387,8 +385,8 @@ int ioReadContextBinary::readLength() {
 
 inline void ioReadContextBinary::take(void* out, int size, int count) {
     ioPacketFileBinaryBuffer* const b = buffer_;
-    if (b != nullptr && b->depth > 0 && !swapped_ && count > 0 && count <= 0x10000000 / size &&
-        b->position + size * count <= b->top().end) {
+    if (b != nullptr && !swapped_ && count > 0 && count <= 0x10000000 / size &&
+        b->position + size * count <= b->limit) {
         // The common case, checked in 32 bits: inside the level, in the writer's byte order.
         std::memcpy(out, b->bytes + b->position, static_cast<std::size_t>(size * count));
         b->position += size * count;

@@ -56,18 +56,26 @@ public:
             std::memcpy(data.data() + at, &value, 4);
         }
     }
-    Level& pushLevel() {
+    /// Opens a level whose data ends at `end` (reading; writers leave it 0).
+    Level& pushLevel(std::int32_t end = 0) {
         if (static_cast<std::size_t>(depth) >= levels.size()) {
             levels.emplace_back();
         }
         Level& level = levels[static_cast<std::size_t>(depth++)];
         level = Level();
+        level.end = end;
+        limit = end;
         return level;
     }
     void popLevel() {
         if (depth > 0) {
             --depth;
         }
+        limit = depth > 0 ? top().end : 0;
+    }
+    void clearLevels() {
+        depth = 0;
+        limit = 0;
     }
     Level& top() { return levels[static_cast<std::size_t>(depth - 1)]; }
 
@@ -80,6 +88,9 @@ public:
     std::int32_t position = 0;
     std::vector<Level> levels; ///< created on demand, reused
     int depth = 0;             ///< records in use
+    /// The top level's end (0 with no level open): a read of n bytes at `position` needs only
+    /// `position + n <= limit`. Levels change only through the three functions above.
+    std::int32_t limit = 0;
 };
 
 /// The text encoding's state: the packet's text, written or collected whole. `size` is the

@@ -317,6 +317,19 @@ void ioReferenceMapImpl::undefine(void* address) {
 }
 
 void ioReferenceMapImpl::resolve(int number, void** slot, ioPacketType* type, int extra) {
+    if (number >= 1 && number < capacity_) {
+        // A number defined before (the usual back reference): it was touched when it was
+        // defined, so only the use is new.
+        Record* page = pages_[static_cast<std::size_t>(number / kPageSize)];
+        if (page != nullptr && page[number % kPageSize].defined) {
+            Record& record = page[number % kPageSize];
+            record.used = 1;
+            if (slot != nullptr) {
+                *slot = record.address;
+            }
+            return;
+        }
+    }
     if (slot != nullptr) {
         *slot = nullptr;
     }
