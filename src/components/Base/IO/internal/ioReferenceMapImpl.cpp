@@ -165,6 +165,11 @@ inline ioReferenceMapImpl::Record* ioReferenceMapImpl::defineRecord(int number, 
     const auto at = reinterpret_cast<std::uintptr_t>(address);
     if (rising_ && !alias && number == risingCount_ + 1 && (number == 1 || at > risingLast_)) {
         // The records hold the pair: the tree gets it only if the run ends.
+        // The step is the second address less the first, and stays known while every address
+        // is the last plus that step.
+        if (at - risingLast_ != risingStep_) {
+            risingStep_ = number == 2 ? at - risingLast_ : 0;
+        }
         risingFirst_ = number == 1 ? at : risingFirst_;
         risingLast_ = at;
         risingCount_ = number;
@@ -209,6 +214,12 @@ void ioReferenceMapImpl::leaveRising() {
 int ioReferenceMapImpl::risingLookup(std::uintptr_t at) const {
     if (risingCount_ == 0 || at < risingFirst_ || at > risingLast_) {
         return -1;
+    }
+    if (risingStep_ != 0) {
+        // The objects of an array: the addresses held are exactly first + k * step, so the
+        // number follows from the address, with no record read.
+        const std::uintptr_t offset = at - risingFirst_;
+        return offset % risingStep_ == 0 ? static_cast<int>(offset / risingStep_) + 1 : -1;
     }
     int low = 1;
     int high = risingCount_;

@@ -97,6 +97,9 @@ private:
     int risingCount_ = 0;
     std::uintptr_t risingFirst_ = 0;
     std::uintptr_t risingLast_ = 0;
+    // The distance between consecutive addresses of the run while it is one and the same (an
+    // array), else 0 (also before the second number).
+    std::uintptr_t risingStep_ = 0;
 };
 
 #endif // KY_IO_INTERNAL_REFERENCEMAPIMPL_H
