@@ -297,6 +297,90 @@ TEST(ReferenceGraph, UnresolvedAndUnreferencedAreReported) {
     EXPECT_TRUE(reader.lookup("gnode")->isUnreferenced());
 }
 
+// Objects of an array, read back into an array: the map's path for objects in rising order.
+// Each refers to another or to none; with `forward`, also to later ones, which ends that order.
+struct Item {
+    int id = 0;
+    Item* other = nullptr;
+};
+std::vector<Item>* gItems = nullptr;
+std::vector<int> gUnreferencedIds;
+
+class ItemType : public ioPacketType {
+public:
+    ItemType() : ioPacketType("item") {}
+    void read(ioClientReadContext& client) override {
+        ioReadContext& r = client.getContext();
+        gItems->emplace_back();
+        Item& item = gItems->back();
+        r.definePacketReference(&item);
+        r.readInt(item.id);
+        r.readReferenceUsage(&item.other, 0);
+    }
+    void memoryNotReferenced(ioClientReadContext&, void* address) override {
+        gUnreferencedIds.push_back(static_cast<Item*>(address)->id);
+    }
+};
+
+class ItemRegistry : public ioPacketRegistry {
+public:
+    void registerAllTypes() override { supportedType(new ItemType()); }
+};
+
+TEST(ReferenceGraph, ArraysComeBackWithUsesCounted) {
+    for (const bool forward : {false, true}) {
+        kytest::Random random(forward ? 7 : 3);
+        const int count = 2 * ioReferenceMapImpl::kPageSize + 1; // three pages, the last short
+        std::vector<Item> items(static_cast<std::size_t>(count));
+        std::vector<bool> referenced(items.size(), false);
+        for (int i = 0; i < count; ++i) {
+            const int pick = random.range(-1, forward ? count - 1 : i - 1); // -1: none
+            items[static_cast<std::size_t>(i)].id = i;
+            if (pick >= 0) {
+                items[static_cast<std::size_t>(i)].other = &items[static_cast<std::size_t>(pick)];
+                referenced[static_cast<std::size_t>(pick)] = true;
+            }
+        }
+        ItemRegistry writer;
+        const std::string file =
+            packettest::writeFile(ioWriteBinary, writer, [&](ioWriteContext& w) {
+                for (const Item& item : items) {
+                    w.startPacket("item", &item);
+                    w.writeInt(item.id);
+                    w.writeReference(item.other, false);
+                    w.endPacket();
+                }
+            });
+        std::vector<Item> read;
+        read.reserve(items.size());
+        gItems = &read;
+        gUnreferencedIds.clear();
+        ItemRegistry reader;
+        int fresh = 0;
+        ASSERT_EQ(packettest::readFile(file, reader,
+                                       [&](ioReadContext& r) {
+                                           // Numbers read are taken: a new one comes after them.
+                                           EXPECT_EQ(r.getReferenceMap()->newReference(&fresh),
+                                                     count + 1);
+                                       }),
+                  ioGood)
+            << forward;
+        ASSERT_EQ(read.size(), items.size());
+        std::vector<int> expected;
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            ASSERT_EQ(read[i].id, items[i].id);
+            ASSERT_EQ(read[i].other == nullptr ? -1 : read[i].other->id,
+                      items[i].other == nullptr ? -1 : items[i].other->id)
+                << forward << " @" << i;
+            if (!referenced[i]) {
+                expected.push_back(items[i].id);
+            }
+        }
+        std::sort(gUnreferencedIds.begin(), gUnreferencedIds.end());
+        EXPECT_EQ(gUnreferencedIds, expected) << forward;
+    }
+}
+
 TEST(ReferenceGraph, MapsAreSharedAndCounted) {
     kyOS::MemoryIOStream memory;
     ioBufferedStreamOutput out;

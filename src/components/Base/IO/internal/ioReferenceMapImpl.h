@@ -73,8 +73,15 @@ private:
     static void queue(Record& record, void** slot, ioPacketType* type, int extra);
     /// `define` on the record it returns (null when nothing was defined).
     Record* defineRecord(int number, void* address, bool alias);
+    /// `defineRecord` for the next object of a rising run on the frontier page; null, with
+    /// nothing done, when the general path is needed.
+    Record* appendRising(int number, void* address);
     /// `markDefined` on a record.
     static void mark(Record& record, ioPacketType* type);
+    /// Fills and frees the record's queued fix-ups.
+    static void fillFixups(Record& record);
+    /// `resolve` for a number not yet defined (or out of the table).
+    void resolvePending(int number, void** slot, ioPacketType* type, int extra);
     /// True when `address` sorts after every address in the tree (or the tree is empty).
     bool beyondLast(const void* address) const;
     /// `lookup` while the map is rising (see there): the number of `at`, -1 when none.
