@@ -38,7 +38,7 @@ ioReferenceMapImpl::ioReferenceMapImpl() : lastNumber_(0), capacity_(0), highest
 ioReferenceMapImpl::~ioReferenceMapImpl() {
     for (Record* page : pages_) {
         if (page != nullptr) {
-            for (int i = 0; i < kPageSize; ++i) {
+            for (int i = 0; queued_ > 0 && i < kPageSize; ++i) {
                 freeFixups(page[i]);
             }
             delete[] page;
@@ -51,11 +51,13 @@ void ioReferenceMapImpl::freeFixups(Record& record) {
         Fixup* next = record.pending->next;
         delete record.pending;
         record.pending = next;
+        --queued_;
     }
 }
 
 void ioReferenceMapImpl::queue(Record& record, void** slot, ioPacketType* type, int extra) {
     auto* fixup = new Fixup{slot, type, extra, nullptr, nullptr};
+    ++queued_;
     if (record.pending == nullptr) {
         record.pending = fixup;
     } else {

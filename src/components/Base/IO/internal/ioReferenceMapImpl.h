@@ -69,17 +69,17 @@ private:
     /// The record of `number`, creating its page; null for numbers below 1.
     Record* touch(int number);
     static Record* newPage();
-    static void freeFixups(Record& record);
-    static void queue(Record& record, void** slot, ioPacketType* type, int extra);
+    void freeFixups(Record& record);
+    void queue(Record& record, void** slot, ioPacketType* type, int extra);
     /// `define` on the record it returns (null when nothing was defined).
     Record* defineRecord(int number, void* address, bool alias);
     /// `defineRecord` for the next object of a rising run on the frontier page; null, with
     /// nothing done, when the general path is needed.
     Record* appendRising(int number, void* address);
     /// `markDefined` on a record.
-    static void mark(Record& record, ioPacketType* type);
+    void mark(Record& record, ioPacketType* type);
     /// Fills and frees the record's queued fix-ups.
-    static void fillFixups(Record& record);
+    void fillFixups(Record& record);
     /// `resolve` for a number not yet defined (or out of the table).
     void resolvePending(int number, void** slot, ioPacketType* type, int extra);
     /// True when `address` sorts after every address in the tree (or the tree is empty).
@@ -94,6 +94,8 @@ private:
     int capacity_;
     int highest_;
     std::vector<Record*> pages_;
+    // Fix-ups queued and not yet freed: with none, the destructor need not visit every record.
+    std::int64_t queued_ = 0;
     // The page of the highest number touched and its first number (pages live as long as the
     // map).
     Record* lastPage_ = nullptr;
