@@ -53,6 +53,9 @@ TEST(BlockAllocatorTest, BlockSizeChangesOnlyWhileEmpty) {
     pool.free(p);
     pool.setNumElementsInBlock(50); // still ignored: an object waits on the free list
     EXPECT_EQ(pool.numElementsInBlock(), 3);
+    pool.free(pool.alloc());
+    pool.free(p); // returned twice: the list loops on itself, and the counts still end
+    EXPECT_EQ(pool.numFreed(), 1);
     pool.freeEverything();
     EXPECT_EQ(pool.numAllocated(), 0);
     EXPECT_EQ(pool.numFreed(), 0);

@@ -31,7 +31,6 @@ void BlockAllocator::swap(BlockAllocator& other) noexcept {
     std::swap(elementSize_, other.elementSize_);
     std::swap(numElementsInBlock_, other.numElementsInBlock_);
     std::swap(blockBytes_, other.blockBytes_);
-    std::swap(numAllocated_, other.numAllocated_);
     std::swap(numCarved_, other.numCarved_);
     std::swap(numDropped_, other.numDropped_);
     std::swap(lazy_, other.lazy_);
@@ -45,6 +44,17 @@ void BlockAllocator::setNumElementsInBlock(int n) {
     blockBytes_ = static_cast<std::size_t>(numElementsInBlock_) * elementSize_ + kHeaderBytes;
 }
 
+int BlockAllocator::numFreed() const {
+    // No more than the slots carved can be on the list: an object returned twice links the
+    // list into a loop, and the count stops there rather than running forever.
+    const int most = numCarved_ - numDropped_;
+    int count = 0;
+    for (const FreeSlot* slot = freeList_; slot != nullptr && count < most; slot = slot->next) {
+        ++count;
+    }
+    return count;
+}
+
 void* BlockAllocator::allocFromNewBlock() {
     Block* block = static_cast<Block*>(std::malloc(blockBytes_));
     if (block == nullptr) {
@@ -53,7 +63,6 @@ void* BlockAllocator::allocFromNewBlock() {
     block->used = 1;
     block->next = blocks_;
     blocks_ = block;
-    ++numAllocated_;
     ++numCarved_;
     return reinterpret_cast<char*>(block) + kHeaderBytes;
 }
@@ -67,7 +76,6 @@ void BlockAllocator::freeEverything() {
     }
     blocks_ = nullptr;
     freeList_ = nullptr;
-    numAllocated_ = 0;
     numCarved_ = 0;
     numDropped_ = 0;
 }

@@ -14,7 +14,8 @@
 /// in them is first touched, so a high number costs one page, not every page below it.
 /// While numbers from 1 on go to rising addresses, one each (objects written or read from an
 /// array or a pool), the records are already a sorted table of the pairs: the tree is filled
-/// from them only when that run ends, and lookups search the records until then.
+/// from them only when that run ends, and lookups search the records until then (or, while the
+/// addresses are evenly spaced, compute the number from the address).
 class KY_BASE_API ioReferenceMapImpl : public ioReferenceMap {
 public:
     static constexpr int kPageSize = 1250;
