@@ -165,6 +165,17 @@ void ioReferenceMapImpl::defineAndMark(int number, void* address, bool alias, io
     }
 }
 
+// `number` at `at` continues the rising run. The step is the second address less the first,
+// and stays known while every address is the last plus that step.
+inline void ioReferenceMapImpl::extendRising(int number, std::uintptr_t at) {
+    if (at - risingLast_ != risingStep_) {
+        risingStep_ = number == 2 ? at - risingLast_ : 0;
+    }
+    risingFirst_ = number == 1 ? at : risingFirst_;
+    risingLast_ = at;
+    risingCount_ = number;
+}
+
 // The next number of the rising run, at an address above the run's last, on the page of the
 // highest number and above it (objects written or read in order): what defineRecord does then,
 // without its general tests. Null, with nothing changed, in any other case.
@@ -180,11 +191,7 @@ inline ioReferenceMapImpl::Record* ioReferenceMapImpl::appendRising(int number, 
     record.live = 1;
     record.alias = 0;
     record.address = address;
-    if (at - risingLast_ != risingStep_) {
-        risingStep_ = 0;
-    }
-    risingLast_ = at;
-    risingCount_ = number;
+    extendRising(number, at);
     highest_ = number;
     lastNumber_ = std::max(lastNumber_, number);
     return &record;
@@ -206,14 +213,7 @@ ioReferenceMapImpl::defineRecord(int number, void* address, bool alias) {
     const auto at = reinterpret_cast<std::uintptr_t>(address);
     if (rising_ && !alias && number == risingCount_ + 1 && (number == 1 || at > risingLast_)) {
         // The records hold the pair: the tree gets it only if the run ends.
-        // The step is the second address less the first, and stays known while every address
-        // is the last plus that step.
-        if (at - risingLast_ != risingStep_) {
-            risingStep_ = number == 2 ? at - risingLast_ : 0;
-        }
-        risingFirst_ = number == 1 ? at : risingFirst_;
-        risingLast_ = at;
-        risingCount_ = number;
+        extendRising(number, at);
     } else {
         leaveRising();
         if (beyondLast(address)) {

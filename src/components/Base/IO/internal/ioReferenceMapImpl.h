@@ -74,6 +74,8 @@ private:
     void queue(Record& record, void** slot, ioPacketType* type, int extra);
     /// `define` on the record it returns (null when nothing was defined).
     Record* defineRecord(int number, void* address, bool alias);
+    /// Takes `number` at `at` into the rising run, which it continues.
+    void extendRising(int number, std::uintptr_t at);
     /// `defineRecord` for the next object of a rising run on the frontier page; null, with
     /// nothing done, when the general path is needed.
     Record* appendRising(int number, void* address);
