@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <new>
@@ -209,18 +210,15 @@ private:
         value_type value;
     };
     [[gnu::noinline]] void grow(std::size_t wanted) {
+        // The table's bucket counts (the library keeps its copy private).
         static const std::size_t kPrimes[] = {
             7,         13,        29,        53,        97,        193,      389,      769,
             1543,      3079,      6151,      12289,     24593,     49157,    98317,    196613,
             393241,    786433,    1572869,   3145739,   6291469,   12582917, 25165843, 50331653,
             100663319, 201326611, 402653189, 805306457, 1610612741};
-        std::size_t count = kPrimes[0];
-        for (std::size_t p : kPrimes) {
-            count = p;
-            if (p >= wanted) {
-                break;
-            }
-        }
+        const std::size_t* prime =
+            std::lower_bound(std::begin(kPrimes), std::end(kPrimes) - 1, wanted);
+        const std::size_t count = *prime;
         std::vector<Node*> next(count, nullptr);
         for (Node* chain : buckets_) {
             while (chain != nullptr) {

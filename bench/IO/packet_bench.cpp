@@ -30,6 +30,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include <unistd.h>
@@ -143,14 +144,22 @@ void timed(benchmark::State& state, const fs::path& file, Op&& op) {
     state.counters["bytes"] = static_cast<double>(fs::file_size(file, ec));
 }
 
-// Spot checks that a read reproduced the graph.
-bool sameRecords(const std::vector<Record>& a, const std::vector<const Record*>& b) {
+// Spot checks that a read reproduced the graph; `b` holds records or pointers to them.
+template <class Read>
+bool sameRecords(const std::vector<Record>& a, const std::vector<Read>& b) {
     if (b.size() != a.size()) {
         return false;
     }
+    const auto record = [](const auto& r) -> const Record& {
+        if constexpr (std::is_pointer_v<std::decay_t<decltype(r)>>) {
+            return *r;
+        } else {
+            return r;
+        }
+    };
     for (std::size_t i = 0; i < a.size(); i += 9973) {
         const Record& x = a[i];
-        const Record& y = *b[i];
+        const Record& y = record(b[i]);
         if (x.id != y.id || x.xyz[2] != y.xyz[2] || x.name != y.name ||
             (x.earlier == nullptr) != (y.earlier == nullptr) ||
             (x.earlier != nullptr && x.earlier->id != y.earlier->id)) {
@@ -231,11 +240,7 @@ void BM_ReadBase(benchmark::State& state) {
         }
         ioClientReadContext client(*r);
         r->readFile(client);
-        std::vector<const Record*> view;
-        for (const Record& rec : records) {
-            view.push_back(&rec);
-        }
-        if (!r->good() || !sameRecords(data().records, view)) {
+        if (!r->good() || !sameRecords(data().records, records)) {
             std::fprintf(stderr, "read: status %d, %zu records\n", static_cast<int>(r->getStatus()),
                          records.size());
             return false;
@@ -288,6 +293,14 @@ public:
         record.inUse = record.live = 1;
         return record;
     }
+    /// The record of `number`, defined as `address` by a packet of `type`.
+    FloorRecord& define(int number, void* address, const void* type) {
+        FloorRecord& record = touch(number);
+        record.address = address;
+        record.defined = 1;
+        record.definingType = type;
+        return record;
+    }
     const FloorRecord& at(int number) const {
         return pages_[static_cast<std::size_t>(number / kPage)][number % kPage];
     }
@@ -322,10 +335,7 @@ bool writeFloor(const fs::path& file) {
     char packet[128];
     for (const Record& rec : data().records) {
         const std::int32_t number = ++count;
-        FloorRecord& mine = table.touch(number);
-        mine.address = const_cast<Record*>(&rec);
-        mine.defined = 1;
-        mine.definingType = type;
+        table.define(number, const_cast<Record*>(&rec), type);
         // The records' addresses so far form one arithmetic progression (an array): an earlier
         // address's number is its distance from the first over the step, with no memory read.
         const auto at = reinterpret_cast<std::uintptr_t>(&rec);
@@ -405,10 +415,7 @@ bool readFloor(const fs::path& file) {
         Record& rec = records.back();
         std::int32_t number;
         std::memcpy(&number, body, 4);
-        FloorRecord& mine = table.touch(number);
-        mine.address = &rec;
-        mine.defined = 1;
-        mine.definingType = type;
+        table.define(number, &rec, type);
         std::memcpy(&rec.id, body + 4, 4);
         std::memcpy(rec.xyz, body + 8, sizeof rec.xyz);
         const std::size_t length = strnlen(body + 32, static_cast<std::size_t>(head[2]) - 36);
@@ -421,11 +428,7 @@ bool readFloor(const fs::path& file) {
             rec.earlier = target.defined ? static_cast<Record*>(target.address) : nullptr;
         }
     }
-    std::vector<const Record*> view;
-    for (const Record& rec : records) {
-        view.push_back(&rec);
-    }
-    return table.unreferenced() > 0 && sameRecords(data().records, view);
+    return table.unreferenced() > 0 && sameRecords(data().records, records);
 }
 
 std::string contents(const fs::path& file) {
@@ -489,15 +492,13 @@ void BM_ReadCereal(benchmark::State& state) {
         std::uint32_t count = 0;
         ar(count);
         records.resize(count);
-        std::vector<const Record*> view;
         for (Record& rec : records) {
             ar(rec);
             rec.earlier = rec.earlierIndex < 0
                               ? nullptr
                               : &records[static_cast<std::size_t>(rec.earlierIndex)];
-            view.push_back(&rec);
         }
-        return sameRecords(data().records, view);
+        return sameRecords(data().records, records);
     });
 }
 
@@ -541,8 +542,7 @@ void BM_ReadBoost(benchmark::State& state) {
             boost::archive::binary_iarchive ar(in);
             ar >> pointers;
         }
-        std::vector<const Record*> view(pointers.begin(), pointers.end());
-        const bool same = sameRecords(data().records, view);
+        const bool same = sameRecords(data().records, pointers);
         for (Record* p : pointers) {
             delete p;
         }

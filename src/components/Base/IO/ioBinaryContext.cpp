@@ -348,7 +348,7 @@ bool ioReadContextBinary::enterSubPacket() {
     if (buffer_->depth == 0) {
         return false;
     }
-    const std::int32_t outerEnd = buffer_->top().end;
+    const std::int32_t outerEnd = buffer_->limit;
     bool entered = false;
     std::int32_t end = buffer_->position;
     if (buffer_->position < outerEnd) {
@@ -372,7 +372,7 @@ bool ioReadContextBinary::enterSubPacket() {
 
 void ioReadContextBinary::leaveSubPacket() {
     if (buffer_->depth > 1) {
-        buffer_->position = std::max(buffer_->position, buffer_->top().end);
+        buffer_->position = std::max(buffer_->position, buffer_->limit);
         buffer_->popLevel();
     }
 }
@@ -400,7 +400,7 @@ void ioReadContextBinary::takeChecked(void* out, int size, int count) {
         return;
     }
     const std::int64_t bytes = static_cast<std::int64_t>(size) * count;
-    const std::int64_t end = buffer_ == nullptr || buffer_->depth == 0 ? 0 : buffer_->top().end;
+    const std::int64_t end = buffer_ == nullptr ? 0 : buffer_->limit;
     const std::int64_t position = buffer_ == nullptr ? 0 : buffer_->position;
     if (position + bytes > end) {
         std::memset(out, 0, static_cast<std::size_t>(bytes));
@@ -461,7 +461,7 @@ const char* ioReadContextBinary::doReadCString() {
         badData("a text outside a packet");
         return "";
     }
-    const std::int32_t end = buffer_->top().end;
+    const std::int32_t end = buffer_->limit;
     const char* begin = buffer_->bytes + buffer_->position;
     const void* zero =
         buffer_->position < end
@@ -520,7 +520,7 @@ int ioReadContextBinary::doReadReferenceNumber() {
 
 int ioReadContextBinary::readTag() {
     unsigned char tag = 0;
-    if (buffer_ == nullptr || buffer_->depth == 0 || buffer_->position >= buffer_->top().end) {
+    if (buffer_ == nullptr || buffer_->position >= buffer_->limit) {
         badData("a value beyond the end of its packet");
         return -1;
     }

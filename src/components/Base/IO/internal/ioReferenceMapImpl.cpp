@@ -148,16 +148,11 @@ int ioReferenceMapImpl::newReference(void* address) {
 }
 
 void ioReferenceMapImpl::define(int number, void* address, bool alias) {
-    if (alias || appendRising(number, address) == nullptr) {
-        defineRecord(number, address, alias);
-    }
+    defineRecord(number, address, alias);
 }
 
 void ioReferenceMapImpl::defineAndMark(int number, void* address, bool alias, ioPacketType* type) {
-    Record* record = alias ? nullptr : appendRising(number, address);
-    if (record == nullptr) {
-        record = defineRecord(number, address, alias);
-    }
+    Record* record = defineRecord(number, address, alias);
     if (record != nullptr) {
         mark(*record, type);
     } else {
@@ -177,7 +172,7 @@ inline void ioReferenceMapImpl::extendRising(int number, std::uintptr_t at) {
 }
 
 // The next number of the rising run, at an address above the run's last, on the page of the
-// highest number and above it (objects written or read in order): what defineRecord does then,
+// highest number and above it (objects written or read in order): what defineGeneral does then,
 // without its general tests. Null, with nothing changed, in any other case.
 inline ioReferenceMapImpl::Record* ioReferenceMapImpl::appendRising(int number, void* address) {
     const auto at = reinterpret_cast<std::uintptr_t>(address);
@@ -204,8 +199,14 @@ int ioReferenceMapImpl::enter(const void* address) {
     return number >= 0 ? number : ioReferenceMapImpl::newReference(const_cast<void*>(address));
 }
 
+inline ioReferenceMapImpl::Record* ioReferenceMapImpl::defineRecord(int number, void* address,
+                                                                    bool alias) {
+    Record* next = alias ? nullptr : appendRising(number, address);
+    return next != nullptr ? next : defineGeneral(number, address, alias);
+}
+
 KY_MAP_NOINLINE ioReferenceMapImpl::Record*
-ioReferenceMapImpl::defineRecord(int number, void* address, bool alias) {
+ioReferenceMapImpl::defineGeneral(int number, void* address, bool alias) {
     if (address == nullptr || number < 1) {
         return nullptr;
     }

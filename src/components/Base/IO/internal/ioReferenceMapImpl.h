@@ -72,12 +72,14 @@ private:
     static Record* newPage();
     void freeFixups(Record& record);
     void queue(Record& record, void** slot, ioPacketType* type, int extra);
-    /// `define` on the record it returns (null when nothing was defined).
+    /// `define` on the record it returns (null when nothing was defined): `appendRising` when
+    /// it applies, else `defineGeneral`.
     Record* defineRecord(int number, void* address, bool alias);
+    Record* defineGeneral(int number, void* address, bool alias);
     /// Takes `number` at `at` into the rising run, which it continues.
     void extendRising(int number, std::uintptr_t at);
-    /// `defineRecord` for the next object of a rising run on the frontier page; null, with
-    /// nothing done, when the general path is needed.
+    /// `define` for the next object of a rising run on the frontier page; null, with nothing
+    /// done, when the general path is needed.
     Record* appendRising(int number, void* address);
     /// `markDefined` on a record.
     void mark(Record& record, ioPacketType* type);
