@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <typeinfo>
 
 namespace ioDetail {
 
@@ -233,6 +234,10 @@ ioPacketFileBuffer* ioReadContextBinary::createState() {
 
 void ioReadContextBinary::makeCurrent(ioPacketFileBuffer* state) {
     buffer_ = static_cast<ioPacketFileBinaryBuffer*>(state);
+    // The window serves the native reader itself only: a class derived from it (the debug
+    // reader, or an application's) may override the virtual reads, which it would pass by.
+    const bool direct = !swapped_ && typeid(*this) == typeid(ioReadContextBinarySameEndian);
+    window_ = direct ? buffer_ : nullptr;
 }
 
 inline int ioReadContextBinary::assemble(const unsigned char* bytes) const {

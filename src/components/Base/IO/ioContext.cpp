@@ -456,7 +456,10 @@ void ioReadContext::endSubPacket() {
 }
 
 int ioReadContext::readReference() {
-    const int number = doReadReferenceNumber();
+    std::int32_t number;
+    if (!takeDirect(number)) {
+        number = doReadReferenceNumber();
+    }
     if (number < 0) {
         badData("a negative reference number");
         return 0;

@@ -8,6 +8,7 @@
 #include <Base/IO/ioTypes.h>
 
 #include <cstdint>
+#include <cstring>
 
 class ioBufferedStream;
 class ioBufferedStreamInput;
@@ -18,6 +19,16 @@ class ioPacketType;
 class ioReferenceMap;
 class ioReadContext;
 class ioWriteContext;
+
+/// The bytes of the packet level being read, when its values are those bytes in this machine's
+/// order (the native binary reader's): `ioReadContext` takes values of fixed size, arrays of
+/// them and texts straight from it, inline. Anything the window cannot serve whole (a value
+/// crossing `limit`, no window) goes to the encoding's virtual reads, which report it.
+struct ioReadWindow {
+    const char* bytes = nullptr;
+    std::int32_t position = 0; ///< the next byte to read
+    std::int32_t limit = 0;    ///< the level's end: n bytes can be read when limit - position >= n
+};
 
 /// The sticky status of a read or write context; the first failure stays.
 enum ioStatus : std::int32_t {
@@ -259,31 +270,141 @@ public:
     virtual void useReference(void* address);
     virtual void useReference(int number);
 
-    // Typed reads; a value beyond the packet's data reads as zero and sets `ioBadData`.
-    void readBool(bool& value) { doReadBool(value); }
-    void readChar(char& value) { doReadChar(value); }
-    void readUChar(unsigned char& value) { doReadUChar(value); }
-    void readShort(short& value) { doReadShort(value); }
-    void readUShort(unsigned short& value) { doReadUShort(value); }
-    void readInt(int& value) { doReadInt(value); }
-    void readUInt(unsigned int& value) { doReadUInt(value); }
-    void readInt64(std::int64_t& value) { doReadInt64(value); }
-    void readUInt64(std::uint64_t& value) { doReadUInt64(value); }
-    void readFloat(float& value) { doReadFloat(value); }
-    void readDouble(double& value) { doReadDouble(value); }
+    // Typed reads; a value beyond the packet's data reads as zero and sets `ioBadData`. Each
+    // forwards to its virtual read unless the window (see `ioReadWindow`) holds the value.
+    void readBool(bool& value) {
+        unsigned char byte;
+        if (takeDirect(byte)) {
+            value = byte != 0;
+        } else {
+            doReadBool(value);
+        }
+    }
+    void readChar(char& value) {
+        if (!takeDirect(value)) {
+            doReadChar(value);
+        }
+    }
+    void readUChar(unsigned char& value) {
+        if (!takeDirect(value)) {
+            doReadUChar(value);
+        }
+    }
+    void readShort(short& value) {
+        if (!takeDirect(value)) {
+            doReadShort(value);
+        }
+    }
+    void readUShort(unsigned short& value) {
+        if (!takeDirect(value)) {
+            doReadUShort(value);
+        }
+    }
+    void readInt(int& value) {
+        if (!takeDirect(value)) {
+            doReadInt(value);
+        }
+    }
+    void readUInt(unsigned int& value) {
+        if (!takeDirect(value)) {
+            doReadUInt(value);
+        }
+    }
+    void readInt64(std::int64_t& value) {
+        if (!takeDirect(value)) {
+            doReadInt64(value);
+        }
+    }
+    void readUInt64(std::uint64_t& value) {
+        if (!takeDirect(value)) {
+            doReadUInt64(value);
+        }
+    }
+    void readFloat(float& value) {
+        if (!takeDirect(value)) {
+            doReadFloat(value);
+        }
+    }
+    void readDouble(double& value) {
+        if (!takeDirect(value)) {
+            doReadDouble(value);
+        }
+    }
     /// Text inside the packet's memory, valid until the next packet is read ("" on failure).
-    const char* readCString() { return doReadCString(); }
-    void readBoolArray(bool* values, int count) { doReadBoolArray(values, count); }
-    void readCharArray(char* values, int count) { doReadCharArray(values, count); }
-    void readUCharArray(unsigned char* values, int count) { doReadUCharArray(values, count); }
-    void readShortArray(short* values, int count) { doReadShortArray(values, count); }
-    void readUShortArray(unsigned short* values, int count) { doReadUShortArray(values, count); }
-    void readIntArray(int* values, int count) { doReadIntArray(values, count); }
-    void readUIntArray(unsigned int* values, int count) { doReadUIntArray(values, count); }
-    void readInt64Array(std::int64_t* values, int count) { doReadInt64Array(values, count); }
-    void readUInt64Array(std::uint64_t* values, int count) { doReadUInt64Array(values, count); }
-    void readFloatArray(float* values, int count) { doReadFloatArray(values, count); }
-    void readDoubleArray(double* values, int count) { doReadDoubleArray(values, count); }
+    const char* readCString() {
+        ioReadWindow* const w = window_;
+        if (w != nullptr && w->position < w->limit) {
+            const char* begin = w->bytes + w->position;
+            const void* zero =
+                std::memchr(begin, 0, static_cast<std::size_t>(w->limit - w->position));
+            if (zero != nullptr) {
+                w->position +=
+                    static_cast<std::int32_t>(static_cast<const char*>(zero) - begin) + 1;
+                return begin;
+            }
+        }
+        return doReadCString();
+    }
+    void readBoolArray(bool* values, int count) {
+        if (ioReadWindow* const w = directArray(count, 1)) {
+            for (int i = 0; i < count; ++i) {
+                values[i] = w->bytes[w->position + i] != 0;
+            }
+            w->position += count;
+        } else {
+            doReadBoolArray(values, count);
+        }
+    }
+    void readCharArray(char* values, int count) {
+        if (!takeDirectArray(values, count)) {
+            doReadCharArray(values, count);
+        }
+    }
+    void readUCharArray(unsigned char* values, int count) {
+        if (!takeDirectArray(values, count)) {
+            doReadUCharArray(values, count);
+        }
+    }
+    void readShortArray(short* values, int count) {
+        if (!takeDirectArray(values, count)) {
+            doReadShortArray(values, count);
+        }
+    }
+    void readUShortArray(unsigned short* values, int count) {
+        if (!takeDirectArray(values, count)) {
+            doReadUShortArray(values, count);
+        }
+    }
+    void readIntArray(int* values, int count) {
+        if (!takeDirectArray(values, count)) {
+            doReadIntArray(values, count);
+        }
+    }
+    void readUIntArray(unsigned int* values, int count) {
+        if (!takeDirectArray(values, count)) {
+            doReadUIntArray(values, count);
+        }
+    }
+    void readInt64Array(std::int64_t* values, int count) {
+        if (!takeDirectArray(values, count)) {
+            doReadInt64Array(values, count);
+        }
+    }
+    void readUInt64Array(std::uint64_t* values, int count) {
+        if (!takeDirectArray(values, count)) {
+            doReadUInt64Array(values, count);
+        }
+    }
+    void readFloatArray(float* values, int count) {
+        if (!takeDirectArray(values, count)) {
+            doReadFloatArray(values, count);
+        }
+    }
+    void readDoubleArray(double* values, int count) {
+        if (!takeDirectArray(values, count)) {
+            doReadDoubleArray(values, count);
+        }
+    }
 
 protected:
     /// The encoding reads a packet's opening and sets the state's type (null when unknown):
@@ -327,6 +448,9 @@ protected:
     /// Reads a tag and stops with the mismatch message when it is not `expected`.
     void expectTag(char expected);
 
+    /// Where values are taken inline from; null (the default) sends every read to the virtual
+    /// reads. Set by an encoding whose virtual reads would do exactly the same copy.
+    ioReadWindow* window_ = nullptr;
     ioBufferedStreamInput& stream_;
     int packetReference_;
     bool packetReferenceDefined_;
@@ -341,6 +465,33 @@ protected:
     std::int64_t referenceLimit_ = 0;
 
 private:
+    /// One value from the window; false, with nothing taken, when it cannot serve it.
+    template <class T>
+    bool takeDirect(T& value) {
+        ioReadWindow* const w = window_;
+        if (w == nullptr || w->limit - w->position < static_cast<std::int32_t>(sizeof(T))) {
+            return false;
+        }
+        std::memcpy(&value, w->bytes + w->position, sizeof(T));
+        w->position += static_cast<std::int32_t>(sizeof(T));
+        return true;
+    }
+    /// The window when it holds `count` (at least one) values of `size` bytes, else null.
+    ioReadWindow* directArray(int count, int size) const {
+        ioReadWindow* const w = window_;
+        return w != nullptr && count > 0 && count <= (w->limit - w->position) / size ? w : nullptr;
+    }
+    template <class T>
+    bool takeDirectArray(T* values, int count) {
+        ioReadWindow* const w = directArray(count, static_cast<int>(sizeof(T)));
+        if (w == nullptr) {
+            return false;
+        }
+        const std::int32_t bytes = count * static_cast<std::int32_t>(sizeof(T));
+        std::memcpy(values, w->bytes + w->position, static_cast<std::size_t>(bytes));
+        w->position += bytes;
+        return true;
+    }
     void readPacket(ioClientReadContext& client);
     void resolveRemainingReferences(ioClientReadContext& client);
     void defineReference(int number, void* address, bool alias);

@@ -2,6 +2,8 @@
 #ifndef KY_IO_INTERNAL_PACKETFILEBUFFER_H
 #define KY_IO_INTERNAL_PACKETFILEBUFFER_H
 
+#include <Base/IO/ioContext.h>
+
 #include <cstdint>
 #include <cstring>
 #include <vector>
@@ -34,8 +36,11 @@ public:
 };
 
 /// The binary encoding's state: the packet assembled (or read) whole in memory, and one
-/// level record per open packet or sub-packet.
-class ioPacketFileBinaryBuffer : public ioPacketFileBuffer {
+/// level record per open packet or sub-packet. Its window is where the packet's body lies
+/// when reading (in the stream's own memory when it held the whole body, else in `data`),
+/// the position in it (also the writing position) and the top level's end (`limit`, 0 with
+/// no level open). Levels change only through the three functions below, which keep `limit`.
+class ioPacketFileBinaryBuffer : public ioPacketFileBuffer, public ioReadWindow {
 public:
     struct Level {
         std::int32_t start = 0;      ///< where this level's length field lies (writing)
@@ -81,16 +86,9 @@ public:
 
     static constexpr std::int32_t kInitialSize = 50000;
     std::vector<char> data;
-    /// Reading: where the packet's body lies, in the stream's own memory when it held the
-    /// whole body, else in `data`.
-    const char* bytes = nullptr;
     std::int32_t size = 0;
-    std::int32_t position = 0;
     std::vector<Level> levels; ///< created on demand, reused
     int depth = 0;             ///< records in use
-    /// The top level's end (0 with no level open): a read of n bytes at `position` needs only
-    /// `position + n <= limit`. Levels change only through the three functions above.
-    std::int32_t limit = 0;
 };
 
 /// The text encoding's state: the packet's text, written or collected whole. `size` is the
