@@ -394,6 +394,7 @@ TEST(PacketFile, MalformedFilesEndInBadData) {
         {"text without its zero",
          good.substr(0, node) + Bytes().i32(0).i32(1).i32(7).i32(1).raw("abc").out},
         {"reference number far beyond the file", patched(node + 16, Bytes().i32(1 << 30).out)},
+        {"negative reference number", patched(node + 16, Bytes().i32(-5).out)},
         {"body shorter than its values", patched(node + 8, Bytes().i32(50).out)},
         {"reference numbers that ratchet up",
          good.substr(0, node) + text(5) + text(12) + Bytes().i32(1).i32(0).i32(0).out},

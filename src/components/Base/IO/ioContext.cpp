@@ -9,6 +9,7 @@
 #include <Base/IO/ioPacketType.h>
 #include <Base/IO/ioReferenceMap.h>
 #include <Base/String/kyStringFormat.h>
+#include <Base/Utility/internal/kyUtilCompiler.h>
 
 #include <cstdarg>
 #include <cstdint>
@@ -460,17 +461,19 @@ int ioReadContext::readReference() {
     if (!takeDirect(number)) {
         number = doReadReferenceNumber();
     }
+    return number >= 0 && number <= referenceLimit_ ? number : checkReference(number);
+}
+
+// Every number in a file was written at least once, four bytes or more, before any higher one;
+// a number beyond what was read so far (plus what a shared map held when the file began) is
+// corrupt and must not grow the record table. The bound must not follow the numbers the file
+// itself defines, or a small file could ratchet it up without limit.
+KY_NOINLINE int ioReadContext::checkReference(int number) {
     if (number < 0) {
         badData("a negative reference number");
         return 0;
     }
-    // Every number in a file was written at least once, four bytes or more, before any higher
-    // one; a number beyond what was read so far (plus what a shared map held when the file
-    // began) is corrupt and must not grow the record table. The bound must not follow the
-    // numbers the file itself defines, or a small file could ratchet it up without limit.
-    if (number > referenceLimit_) {
-        referenceLimit_ = static_cast<std::int64_t>(referenceBase_) + bytesRead() / 4 + 1;
-    }
+    referenceLimit_ = static_cast<std::int64_t>(referenceBase_) + bytesRead() / 4 + 1;
     if (number > referenceLimit_) {
         badData("a reference number beyond what the file can hold");
         return 0;

@@ -493,6 +493,9 @@ private:
         return true;
     }
     void readPacket(ioClientReadContext& client);
+    /// `readReference` for a number outside the bound last computed: the bound anew, or the
+    /// bad data.
+    int checkReference(int number);
     void resolveRemainingReferences(ioClientReadContext& client);
     void defineReference(int number, void* address, bool alias);
 };

@@ -2,20 +2,16 @@
 #include <Base/IO/internal/ioReferenceMapImpl.h>
 
 #include <Base/IO/ioPacketType.h>
+#include <Base/Utility/internal/kyUtilCompiler.h>
 
 #include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <functional>
 
-// The general paths stay out of line, so that the common cases before them (the next object of
-// a rising run, a back reference) run without saving registers: a file of small objects calls
-// them once or twice per object.
-#if defined(__GNUC__)
-#define KY_MAP_NOINLINE __attribute__((noinline))
-#else
-#define KY_MAP_NOINLINE
-#endif
+// The general paths stay out of line (KY_NOINLINE), so that the common cases before them (the
+// next object of a rising run, a back reference) run without saving registers: a file of small
+// objects calls them once or twice per object.
 
 ioReferenceMap::~ioReferenceMap() = default;
 
@@ -152,7 +148,22 @@ void ioReferenceMapImpl::define(int number, void* address, bool alias) {
 }
 
 void ioReferenceMapImpl::defineAndMark(int number, void* address, bool alias, ioPacketType* type) {
-    Record* record = defineRecord(number, address, alias);
+    // appendRising takes numbers above every one touched, which cannot have fix-ups waiting;
+    // the test of `pending` only keeps that from being an assumption.
+    Record* record = alias ? nullptr : appendRising(number, address);
+    if (record == nullptr || record->pending != nullptr) {
+        defineAndMarkGeneral(number, address, alias, type, record); // calls no more here
+        return;
+    }
+    record->defined = 1;
+    record->definingType = type;
+}
+
+KY_NOINLINE void ioReferenceMapImpl::defineAndMarkGeneral(int number, void* address, bool alias,
+                                                          ioPacketType* type, Record* record) {
+    if (record == nullptr) {
+        record = defineGeneral(number, address, alias);
+    }
     if (record != nullptr) {
         mark(*record, type);
     } else {
@@ -205,8 +216,8 @@ inline ioReferenceMapImpl::Record* ioReferenceMapImpl::defineRecord(int number, 
     return next != nullptr ? next : defineGeneral(number, address, alias);
 }
 
-KY_MAP_NOINLINE ioReferenceMapImpl::Record*
-ioReferenceMapImpl::defineGeneral(int number, void* address, bool alias) {
+KY_NOINLINE ioReferenceMapImpl::Record* ioReferenceMapImpl::defineGeneral(int number, void* address,
+                                                                          bool alias) {
     if (address == nullptr || number < 1) {
         return nullptr;
     }
@@ -336,7 +347,7 @@ inline void ioReferenceMapImpl::mark(Record& record, ioPacketType* type) {
     }
 }
 
-KY_MAP_NOINLINE void ioReferenceMapImpl::fillFixups(Record& record) {
+KY_NOINLINE void ioReferenceMapImpl::fillFixups(Record& record) {
     for (Fixup* f = record.pending; f != nullptr; f = f->next) {
         if (f->slot != nullptr) {
             *f->slot = record.address;
@@ -390,8 +401,8 @@ void ioReferenceMapImpl::resolve(int number, void** slot, ioPacketType* type, in
     resolvePending(number, slot, type, extra);
 }
 
-KY_MAP_NOINLINE void ioReferenceMapImpl::resolvePending(int number, void** slot, ioPacketType* type,
-                                                        int extra) {
+KY_NOINLINE void ioReferenceMapImpl::resolvePending(int number, void** slot, ioPacketType* type,
+                                                    int extra) {
     if (slot != nullptr) {
         *slot = nullptr;
     }

@@ -76,6 +76,10 @@ private:
     /// it applies, else `defineGeneral`.
     Record* defineRecord(int number, void* address, bool alias);
     Record* defineGeneral(int number, void* address, bool alias);
+    /// `defineAndMark` past its common case: `record` is the one `appendRising` defined (its
+    /// fix-ups still due), or null when it did not apply.
+    void defineAndMarkGeneral(int number, void* address, bool alias, ioPacketType* type,
+                              Record* record);
     /// Takes `number` at `at` into the rising run, which it continues.
     void extendRising(int number, std::uintptr_t at);
     /// `define` for the next object of a rising run on the frontier page; null, with nothing
