@@ -1,5 +1,6 @@
-// ReadWindowTest.cpp - the native binary reader takes values inline from its window; a reader
-// derived from it goes through the virtual reads. Both must read every file alike.
+// ReadWindowTest.cpp - the binary encoding's copy paths: the native reader takes values inline
+// from its window, a reader derived from it goes through the virtual reads, and both must read
+// every file alike; the writer copies short values by fixed-size moves.
 #include "PacketTestSupport.h"
 
 #include <Base/IO/ioBinaryContext.h>
@@ -227,6 +228,48 @@ TEST(ReadWindow, NativeReaderReadsEveryFileAsTheVirtualReadsDo) {
     EXPECT_GT(failed, 300);
     EXPECT_LT(failed, 2700);
     EXPECT_EQ(virtualCalls * 2, gAsked);
+}
+
+// Every length a value can have up to well past the writer's short copies, with its bytes
+// distinct, through a file and back.
+std::string gLengths;
+
+void readLengths(ioClientReadContext& client) {
+    ioReadContext& r = client.getContext();
+    for (int n = 0; n <= 80; ++n) {
+        char bytes[80] = {};
+        r.readCharArray(bytes, n);
+        gLengths.append(bytes, static_cast<std::size_t>(n));
+        gLengths += r.readCString();
+    }
+}
+
+class LengthsRegistry : public ioPacketRegistry {
+public:
+    void registerAllTypes() override {
+        supportedType(new ioReadPacketByFunction("lengths", &readLengths));
+    }
+};
+
+TEST(ReadWindow, ValuesOfEveryLengthComeBackByteForByte) {
+    std::string expected;
+    LengthsRegistry registry;
+    const std::string file = packettest::writeFile(ioWriteBinary, registry, [&](ioWriteContext& w) {
+        w.startPacket("lengths", nullptr);
+        for (int n = 0; n <= 80; ++n) {
+            std::string bytes;
+            for (int i = 0; i < n; ++i) {
+                bytes += static_cast<char>(1 + (n * 31 + i) % 250); // no zero: texts too
+            }
+            w.writeCharArray(bytes.data(), n);
+            w.writeCString(bytes.c_str());
+            expected += bytes + bytes;
+        }
+        w.endPacket();
+    });
+    gLengths.clear();
+    EXPECT_EQ(packettest::readFile(file, registry), ioGood);
+    EXPECT_EQ(gLengths, expected);
 }
 
 } // namespace

@@ -47,12 +47,18 @@ TEST(ReferenceMap, NumbersRecordsAndPages) {
 }
 
 // Lookups by address against a plain model of the map, first while objects of an array are
-// numbered in rising address order (the map then searches its records), then through random
-// definitions, aliases, redefinitions and undefinitions that end that order.
+// numbered in rising address order (the map then searches its records, or computes the number
+// from the address when they are evenly spaced), then through random definitions, aliases,
+// redefinitions and undefinitions that end that order. Objects of several sizes: a power of
+// two, odd, and an odd factor times a power of two.
 TEST(ReferenceMap, LookupsAgreeWithAModelInAndOutOfRisingOrder) {
-    for (unsigned seed = 1; seed <= 12; ++seed) {
+    static const std::size_t kSizes[] = {8, 1, 3, 12, 24, 56, 72, 40, 7, 16, 96, 5};
+    for (unsigned seed = 1; seed <= 24; ++seed) {
         std::mt19937 random(seed);
-        std::vector<long> objects(1500 + seed * 37);
+        const std::size_t size = kSizes[seed % (sizeof kSizes / sizeof kSizes[0])];
+        std::vector<char> storage((1500 + seed * 37) * size);
+        const std::size_t count = storage.size() / size;
+        const auto object = [&](std::size_t i) { return storage.data() + i * size; };
         ioReferenceMapImpl map;
         std::map<const void*, int> numberOf;                 // the tree as the model has it
         std::map<int, std::pair<const void*, bool>> records; // address, live
@@ -71,29 +77,30 @@ TEST(ReferenceMap, LookupsAgreeWithAModelInAndOutOfRisingOrder) {
             model(number, address, alias);
         };
         auto check = [&](const char* phase) {
-            for (std::size_t i = 0; i < objects.size(); i += 1 + random() % 7) {
-                const void* address = &objects[i];
+            for (std::size_t i = 0; i < count; i += 1 + random() % 7) {
+                const void* address = object(i);
                 const auto it = numberOf.find(address);
                 const int expected =
                     it == numberOf.end() || !records[it->second].second ? -1 : it->second;
                 ASSERT_EQ(map.lookup(address), expected) << phase << " seed " << seed << " @" << i;
                 // Inside an object: never a number, whatever the spacing of those numbered.
-                const std::size_t inside = 1 + i % (sizeof objects[0] - 1);
-                ASSERT_EQ(map.lookup(static_cast<const char*>(address) + inside), -1);
+                if (size > 1) {
+                    ASSERT_EQ(map.lookup(object(i) + 1 + i % (size - 1)), -1);
+                }
             }
         };
-        // Rising: every object up to a point, each above the one before; for odd seeds some
-        // are skipped, so that the addresses are not evenly spaced.
-        const std::size_t rising = objects.size() / 2 + random() % (objects.size() / 2);
-        const unsigned skips = seed % 2;
+        // Rising: every object up to a point, each above the one before; for half the seeds
+        // of each size some are skipped, so that the addresses are not evenly spaced.
+        const std::size_t rising = count / 2 + random() % (count / 2);
+        const unsigned skips = seed / 12 % 2;
         for (std::size_t i = 0; i < rising; i += 1 + (random() % 5 < skips ? random() % 4 : 0)) {
-            EXPECT_EQ(map.newReference(&objects[i]), last + 1);
-            model(last + 1, &objects[i], false);
+            EXPECT_EQ(map.newReference(object(i)), last + 1);
+            model(last + 1, object(i), false);
         }
         check("rising");
-        EXPECT_EQ(map.lookup(objects.data() + objects.size()), -1);
+        EXPECT_EQ(map.lookup(object(count)), -1);
         for (int step = 0; step < 300; ++step) {
-            const void* address = &objects[random() % objects.size()];
+            const void* address = object(random() % count);
             const int number = 1 + static_cast<int>(random() % static_cast<unsigned>(last + 5));
             switch (random() % 5) {
             case 0: {

@@ -6,6 +6,7 @@
 #include <Base/IO/ioPacketType.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <typeinfo>
 
@@ -47,11 +48,35 @@ void ioWriteContextBinary::makeCurrent(ioPacketFileBuffer* state) {
     buffer_ = static_cast<ioPacketFileBinaryBuffer*>(state);
 }
 
+// Up to 32 bytes (a name, a small array) as two copies of fixed size that may overlap, which
+// the compiler makes plain loads and stores; longer ones through memcpy.
+inline void copyBytes(char* to, const char* from, int count) {
+    const auto pair = [&](auto word) {
+        constexpr int size = static_cast<int>(sizeof word);
+        decltype(word) last;
+        std::memcpy(&word, from, size);
+        std::memcpy(&last, from + count - size, size);
+        std::memcpy(to, &word, size);
+        std::memcpy(to + count - size, &last, size);
+    };
+    struct Pair16 {
+        std::uint64_t a, b;
+    };
+    if (count >= 16 && count <= 32) {
+        pair(Pair16{});
+    } else if (count >= 8 && count < 16) {
+        pair(std::uint64_t{});
+    } else if (count >= 4 && count < 8) {
+        pair(std::uint32_t{});
+    } else {
+        std::memcpy(to, from, static_cast<std::size_t>(count));
+    }
+}
+
 void ioWriteContextBinary::put(const void* bytes, int count) {
     if (buffer_ != nullptr && count > 0 && buffer_->size - buffer_->position > count) {
         // The common case: room in the packet area.
-        std::memcpy(buffer_->data.data() + buffer_->position, bytes,
-                    static_cast<std::size_t>(count));
+        copyBytes(buffer_->data.data() + buffer_->position, static_cast<const char*>(bytes), count);
         buffer_->position += count;
         return;
     }

@@ -176,6 +176,9 @@ KY_NOINLINE void ioReferenceMapImpl::defineAndMarkGeneral(int number, void* addr
 inline void ioReferenceMapImpl::extendRising(int number, std::uintptr_t at) {
     if (at - risingLast_ != risingStep_) {
         risingStep_ = number == 2 ? at - risingLast_ : 0;
+        if (risingStep_ != 0) {
+            setStepDivisor();
+        }
     }
     risingFirst_ = number == 1 ? at : risingFirst_;
     risingLast_ = at;
@@ -264,6 +267,24 @@ void ioReferenceMapImpl::leaveRising() {
 // While the numbers 1 to `risingCount_` went to rising addresses, one each, the records are a
 // sorted table of addresses: a search there finds what the tree would, and objects from an
 // array are found at the first guess, by where the address lies between the first and the last.
+KY_NOINLINE void ioReferenceMapImpl::setStepDivisor() {
+    std::uintptr_t odd = risingStep_;
+    int shift = 0;
+    while ((odd & 1) == 0) {
+        odd >>= 1;
+        ++shift;
+    }
+    // Newton's iteration for the inverse modulo 2^64: an odd number is its own inverse to 3
+    // bits, and each step doubles the bits that are right.
+    std::uintptr_t inverse = odd;
+    for (int i = 0; i < 6; ++i) {
+        inverse *= 2 - odd * inverse;
+    }
+    stepShift_ = shift;
+    stepInverse_ = inverse;
+    stepQuotientMax_ = UINTPTR_MAX / odd;
+}
+
 int ioReferenceMapImpl::risingLookup(std::uintptr_t at) const {
     if (risingCount_ == 0 || at < risingFirst_ || at > risingLast_) {
         return -1;
@@ -271,8 +292,14 @@ int ioReferenceMapImpl::risingLookup(std::uintptr_t at) const {
     if (risingStep_ != 0) {
         // The objects of an array: the addresses held are exactly first + k * step, so the
         // number follows from the address, with no record read.
+        // Exact division: with the step's power of two shifted out, the product by the odd
+        // factor's inverse is the quotient when the offset is a multiple, and larger than any
+        // quotient when it is not.
         const std::uintptr_t offset = at - risingFirst_;
-        return offset % risingStep_ == 0 ? static_cast<int>(offset / risingStep_) + 1 : -1;
+        const std::uintptr_t low = (std::uintptr_t{1} << stepShift_) - 1;
+        const std::uintptr_t quotient = (offset >> stepShift_) * stepInverse_;
+        return (offset & low) == 0 && quotient <= stepQuotientMax_ ? static_cast<int>(quotient) + 1
+                                                                   : -1;
     }
     int low = 1;
     int high = risingCount_;
@@ -333,6 +360,20 @@ void* ioReferenceMapImpl::definition(int number) const {
 }
 
 void ioReferenceMapImpl::markDefined(int number, ioPacketType* type) {
+    // The number just entered by a writer: on the frontier page, in use, nothing waiting.
+    const unsigned index = static_cast<unsigned>(number) - static_cast<unsigned>(lastPageFirst_);
+    if (index < static_cast<unsigned>(kPageSize) && number >= 1 && number <= highest_) {
+        Record& record = lastPage_[index];
+        if (record.inUse && record.pending == nullptr) {
+            record.defined = 1;
+            record.definingType = type;
+            return;
+        }
+    }
+    markGeneral(number, type);
+}
+
+KY_NOINLINE void ioReferenceMapImpl::markGeneral(int number, ioPacketType* type) {
     Record* record = touch(number);
     if (record != nullptr) {
         mark(*record, type);

@@ -82,9 +82,13 @@ private:
                               Record* record);
     /// Takes `number` at `at` into the rising run, which it continues.
     void extendRising(int number, std::uintptr_t at);
+    /// Derives the exact division by `risingStep_` (not 0).
+    void setStepDivisor();
     /// `define` for the next object of a rising run on the frontier page; null, with nothing
     /// done, when the general path is needed.
     Record* appendRising(int number, void* address);
+    /// `markDefined` past its common case.
+    void markGeneral(int number, ioPacketType* type);
     /// `markDefined` on a record.
     void mark(Record& record, ioPacketType* type);
     /// Fills and frees the record's queued fix-ups.
@@ -118,6 +122,12 @@ private:
     // The distance between consecutive addresses of the run while it is one and the same (an
     // array), else 0 (also before the second number).
     std::uintptr_t risingStep_ = 0;
+    // The step as 2^stepShift_ times an odd factor, the factor's inverse modulo 2^64 and the
+    // highest quotient by it: an offset is a multiple of the step, and its quotient known, by
+    // a shift and a multiplication (no division on the lookup of every reference).
+    int stepShift_ = 0;
+    std::uintptr_t stepInverse_ = 0;
+    std::uintptr_t stepQuotientMax_ = 0;
 };
 
 #endif // KY_IO_INTERNAL_REFERENCEMAPIMPL_H
