@@ -30,24 +30,6 @@ std::uint32_t swap32(std::uint32_t v) {
     return (v >> 24) | ((v >> 8) & 0xFF00u) | ((v << 8) & 0xFF0000u) | (v << 24);
 }
 
-} // namespace ioDetail
-
-// ---------------------------------------------------------------------------------------------
-// ioWriteContextBinary
-
-ioWriteContextBinary::ioWriteContextBinary(ioBufferedStreamOutput& stream)
-    : ioWriteContext(stream), buffer_(nullptr) {}
-
-ioWriteContextBinary::~ioWriteContextBinary() = default;
-
-ioPacketFileBuffer* ioWriteContextBinary::createState() {
-    return new ioPacketFileBinaryBuffer();
-}
-
-void ioWriteContextBinary::makeCurrent(ioPacketFileBuffer* state) {
-    buffer_ = static_cast<ioPacketFileBinaryBuffer*>(state);
-}
-
 // Up to 32 bytes (a name, a small array) as two copies of fixed size that may overlap, which
 // the compiler makes plain loads and stores; longer ones through memcpy.
 inline void copyBytes(char* to, const char* from, int count) {
@@ -73,10 +55,29 @@ inline void copyBytes(char* to, const char* from, int count) {
     }
 }
 
+} // namespace ioDetail
+
+// ---------------------------------------------------------------------------------------------
+// ioWriteContextBinary
+
+ioWriteContextBinary::ioWriteContextBinary(ioBufferedStreamOutput& stream)
+    : ioWriteContext(stream), buffer_(nullptr) {}
+
+ioWriteContextBinary::~ioWriteContextBinary() = default;
+
+ioPacketFileBuffer* ioWriteContextBinary::createState() {
+    return new ioPacketFileBinaryBuffer();
+}
+
+void ioWriteContextBinary::makeCurrent(ioPacketFileBuffer* state) {
+    buffer_ = static_cast<ioPacketFileBinaryBuffer*>(state);
+}
+
 void ioWriteContextBinary::put(const void* bytes, int count) {
     if (buffer_ != nullptr && count > 0 && buffer_->size - buffer_->position > count) {
         // The common case: room in the packet area.
-        copyBytes(buffer_->data.data() + buffer_->position, static_cast<const char*>(bytes), count);
+        ioDetail::copyBytes(buffer_->data.data() + buffer_->position,
+                            static_cast<const char*>(bytes), count);
         buffer_->position += count;
         return;
     }

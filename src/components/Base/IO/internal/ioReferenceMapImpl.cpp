@@ -264,9 +264,6 @@ void ioReferenceMapImpl::leaveRising() {
     }
 }
 
-// While the numbers 1 to `risingCount_` went to rising addresses, one each, the records are a
-// sorted table of addresses: a search there finds what the tree would, and objects from an
-// array are found at the first guess, by where the address lies between the first and the last.
 KY_NOINLINE void ioReferenceMapImpl::setStepDivisor() {
     std::uintptr_t odd = risingStep_;
     int shift = 0;
@@ -274,8 +271,8 @@ KY_NOINLINE void ioReferenceMapImpl::setStepDivisor() {
         odd >>= 1;
         ++shift;
     }
-    // Newton's iteration for the inverse modulo 2^64: an odd number is its own inverse to 3
-    // bits, and each step doubles the bits that are right.
+    // Newton's iteration for the inverse modulo 2^N (N the word's bits, 64 at most): an odd
+    // number is its own inverse to 3 bits, and each step doubles the bits that are right.
     std::uintptr_t inverse = odd;
     for (int i = 0; i < 6; ++i) {
         inverse *= 2 - odd * inverse;
@@ -285,16 +282,18 @@ KY_NOINLINE void ioReferenceMapImpl::setStepDivisor() {
     stepQuotientMax_ = UINTPTR_MAX / odd;
 }
 
+// While the numbers 1 to `risingCount_` went to rising addresses, one each, the records are a
+// sorted table of addresses: a search there finds what the tree would, and objects from an
+// array are found at the first guess, by where the address lies between the first and the last.
 int ioReferenceMapImpl::risingLookup(std::uintptr_t at) const {
     if (risingCount_ == 0 || at < risingFirst_ || at > risingLast_) {
         return -1;
     }
     if (risingStep_ != 0) {
         // The objects of an array: the addresses held are exactly first + k * step, so the
-        // number follows from the address, with no record read.
-        // Exact division: with the step's power of two shifted out, the product by the odd
-        // factor's inverse is the quotient when the offset is a multiple, and larger than any
-        // quotient when it is not.
+        // number follows from the address, with no record read. The division is exact: with
+        // the step's power of two shifted out, the product by the odd factor's inverse is the
+        // quotient when the offset is a multiple, and larger than any quotient when it is not.
         const std::uintptr_t offset = at - risingFirst_;
         const std::uintptr_t low = (std::uintptr_t{1} << stepShift_) - 1;
         const std::uintptr_t quotient = (offset >> stepShift_) * stepInverse_;

@@ -122,7 +122,7 @@ private:
     // The distance between consecutive addresses of the run while it is one and the same (an
     // array), else 0 (also before the second number).
     std::uintptr_t risingStep_ = 0;
-    // The step as 2^stepShift_ times an odd factor, the factor's inverse modulo 2^64 and the
+    // The step as 2^stepShift_ times an odd factor, the factor's inverse modulo 2^N and the
     // highest quotient by it: an offset is a multiple of the step, and its quotient known, by
     // a shift and a multiplication (no division on the lookup of every reference).
     int stepShift_ = 0;
