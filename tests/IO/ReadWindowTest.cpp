@@ -50,22 +50,6 @@ void logValue(ioReadContext& r, const T* values, int count) {
     gLog += static_cast<char>('0' + r.getStatus());
 }
 
-template <class T>
-void readOne(ioReadContext& r, void (ioReadContext::*read)(T&)) {
-    T value{};
-    (r.*read)(value);
-    logValue(r, &value, 1);
-}
-
-template <class T>
-void readArray(ioReadContext& r, void (ioReadContext::*read)(T*, int), int count) {
-    // A failed read zeroes the values asked for: the area holds all of them.
-    const int kept = count > 0 ? count : 0;
-    T values[64] = {};
-    (r.*read)(values, count);
-    logValue(r, values, kept);
-}
-
 void readText(ioReadContext& r, int) {
     gLog += r.readCString();
     gLog += '|';
@@ -74,11 +58,16 @@ void readText(ioReadContext& r, int) {
 
 template <class T, void (ioReadContext::*read)(T&)>
 void one(ioReadContext& r, int) {
-    readOne(r, read);
+    T value{};
+    (r.*read)(value);
+    logValue(r, &value, 1);
 }
+// A failed read zeroes the values asked for: the area holds all of them.
 template <class T, void (ioReadContext::*read)(T*, int)>
 void array(ioReadContext& r, int count) {
-    readArray(r, read, count);
+    T values[64] = {};
+    (r.*read)(values, count);
+    logValue(r, values, count > 0 ? count : 0);
 }
 
 using R = ioReadContext;
