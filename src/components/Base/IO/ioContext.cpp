@@ -9,7 +9,7 @@
 #include <Base/IO/ioPacketType.h>
 #include <Base/IO/ioReferenceMap.h>
 #include <Base/String/kyStringFormat.h>
-#include <Base/Utility/internal/kyUtilCompiler.h>
+#include <Base/Utility/shared/kyUtilCompiler.h>
 
 #include <cstdarg>
 #include <cstdint>

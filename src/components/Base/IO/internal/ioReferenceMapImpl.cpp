@@ -2,7 +2,7 @@
 #include <Base/IO/internal/ioReferenceMapImpl.h>
 
 #include <Base/IO/ioPacketType.h>
-#include <Base/Utility/internal/kyUtilCompiler.h>
+#include <Base/Utility/shared/kyUtilCompiler.h>
 
 #include <algorithm>
 #include <climits>

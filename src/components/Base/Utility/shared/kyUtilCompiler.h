@@ -1,6 +1,6 @@
 // kyUtilCompiler.h - compiler hints the library's hot paths use.
-#ifndef KY_UTIL_INTERNAL_COMPILER_H
-#define KY_UTIL_INTERNAL_COMPILER_H
+#ifndef KY_UTIL_SHARED_COMPILER_H
+#define KY_UTIL_SHARED_COMPILER_H
 
 /// Keeps a function out of line. For the general or failing path of a function called per
 /// value or per object: out of line, its calls and its locals no longer make the common path
@@ -13,4 +13,4 @@
 #define KY_NOINLINE
 #endif
 
-#endif // KY_UTIL_INTERNAL_COMPILER_H
+#endif // KY_UTIL_SHARED_COMPILER_H
