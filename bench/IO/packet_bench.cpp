@@ -4,6 +4,11 @@
 //                      earlier record}, one packet each, written to a file through a binary
 //                      write context (the pointer as a reference number).
 //   packets/read/1M    the file read back into new records, pointers fixed up by the map.
+//   packets/write-new/1M  the write into a new file each time: the last one is removed and the
+//                      disk synced before the clock starts. Over the last file, the open's
+//                      truncation and the file system's flush at close cost both sides tens of
+//                      milliseconds that have nothing to do with the records; this case shows
+//                      the ratios without them (no goals).
 //
 // Baselines, when installed (the bench builds without them and says so):
 //   cereal   its binary archive over an ofstream; it cannot track raw pointers, so the
@@ -128,9 +133,16 @@ Data& data() {
     return d;
 }
 
+// Times `op` per iteration; with `newFile`, the file is first removed and everything written
+// so far flushed to disk, outside the clock.
 template <class Op>
-void timed(benchmark::State& state, const fs::path& file, Op&& op) {
+void timed(benchmark::State& state, const fs::path& file, Op&& op, bool newFile = false) {
     for (auto _ : state) {
+        if (newFile) {
+            std::error_code ec;
+            fs::remove(file, ec);
+            ::sync();
+        }
         const auto start = std::chrono::steady_clock::now();
         const bool ok = op();
         const auto stop = std::chrono::steady_clock::now();
@@ -249,7 +261,14 @@ void BM_ReadBase(benchmark::State& state) {
     });
 }
 
+void BM_WriteNewBase(benchmark::State& state) {
+    const fs::path file = data().file("base-new.pkt");
+    timed(
+        state, file, [&] { return writeBase(file); }, true);
+}
+
 KY_BENCHMARK_IO(BM_WriteBase, "packets/write/1M/base");
+KY_BENCHMARK_IO(BM_WriteNewBase, "packets/write-new/1M/base");
 KY_BENCHMARK_IO(BM_ReadBase, "packets/read/1M/base");
 
 // ---------------------------------------------------------------------------------------------
@@ -319,7 +338,39 @@ private:
     std::vector<FloorRecord*> pages_;
 };
 
-bool writeFloor(const fs::path& file) {
+// A virtual call as the library's layers make them: through an object whose class the compiler
+// cannot know (two implementations, the pointer hidden from the optimiser).
+class Dispatch {
+public:
+    virtual ~Dispatch() = default;
+    virtual void call(std::uintptr_t value) = 0;
+};
+class SumDispatch : public Dispatch {
+public:
+    void call(std::uintptr_t value) override { sum += value; }
+    std::uintptr_t sum = 0;
+};
+class XorDispatch : public Dispatch {
+public:
+    void call(std::uintptr_t value) override { sum ^= value; }
+    std::uintptr_t sum = 0;
+};
+
+// The writer's virtual calls per record: the state made current and released, the packet's
+// opening and closing, the three values, and for each of the two references the context's two
+// writeReference calls, the map's call and the number's write; the object's also marks it
+// defined in the map.
+constexpr int kWriteCalls = 16;
+
+// The floor, plus `calls` virtual calls per record that do no work.
+bool writeFloor(const fs::path& file, int calls = 0) {
+    static SumDispatch sum;
+    static XorDispatch other;
+    Dispatch* dispatch = &sum;
+    benchmark::DoNotOptimize(dispatch);
+    if (dispatch == nullptr) {
+        dispatch = &other;
+    }
     ioBufferedStreamOutput out;
     out.openFile(kyString::IString(file.c_str()));
     RecordRegistry registry;
@@ -334,6 +385,9 @@ bool writeFloor(const fs::path& file) {
     std::uintptr_t step = 0;
     char packet[128];
     for (const Record& rec : data().records) {
+        for (int k = 0; k < calls; ++k) {
+            dispatch->call(static_cast<std::uintptr_t>(k));
+        }
         const std::int32_t number = ++count;
         table.define(number, const_cast<Record*>(&rec), type);
         // The records' addresses so far form one arithmetic progression (an array): an earlier
@@ -455,7 +509,21 @@ void BM_ReadFloor(benchmark::State& state) {
     timed(state, file, [&] { return readFloor(file); });
 }
 
+void BM_WriteNewFloor(benchmark::State& state) {
+    const fs::path file = data().file("floor-new.pkt");
+    timed(
+        state, file, [&] { return writeFloor(file); }, true);
+}
+
+void BM_WriteNewCalls(benchmark::State& state) {
+    const fs::path file = data().file("calls-new.pkt");
+    timed(
+        state, file, [&] { return writeFloor(file, kWriteCalls); }, true);
+}
+
 KY_BENCHMARK_IO(BM_WriteFloor, "packets/write/1M/floor");
+KY_BENCHMARK_IO(BM_WriteNewFloor, "packets/write-new/1M/floor");
+KY_BENCHMARK_IO(BM_WriteNewCalls, "packets/write-new/1M/calls");
 KY_BENCHMARK_IO(BM_ReadFloor, "packets/read/1M/floor");
 
 // ---------------------------------------------------------------------------------------------
@@ -502,7 +570,14 @@ void BM_ReadCereal(benchmark::State& state) {
     });
 }
 
+void BM_WriteNewCereal(benchmark::State& state) {
+    const fs::path file = data().file("cereal-new.bin");
+    timed(
+        state, file, [&] { return writeCereal(file); }, true);
+}
+
 KY_BENCHMARK_IO(BM_WriteCereal, "packets/write/1M/cereal");
+KY_BENCHMARK_IO(BM_WriteNewCereal, "packets/write-new/1M/cereal");
 KY_BENCHMARK_IO(BM_ReadCereal, "packets/read/1M/cereal");
 #endif
 
@@ -568,6 +643,13 @@ const bool kPacketGoals[] = {
 #ifdef KY_BENCH_HAVE_CEREAL
     kybench::goal("packets/write/1M", "cereal", 0, "floor"),
     kybench::goal("packets/read/1M", "cereal", 0, "floor"),
+    kybench::goal("packets/write-new/1M", "cereal", 0),
+#endif
+    kybench::goal("packets/write-new/1M", "floor", 0),
+    kybench::goal("packets/write-new/1M", "calls", 0),
+#ifdef KY_BENCH_HAVE_CEREAL
+    kybench::goal("packets/write-new/1M", "cereal", 0, "floor"),
+    kybench::goal("packets/write-new/1M", "cereal", 0, "calls"),
 #endif
     true,
 };
