@@ -82,41 +82,55 @@ ioReferenceMapImpl::Record* ioReferenceMapImpl::newPage() {
     return new Record[kPageSize];
 }
 
-// Small enough to be inlined into the operations below, which call it for every reference;
-// the page allocation stays out of line.
-inline ioReferenceMapImpl::Record* ioReferenceMapImpl::touch(int number) {
-    if (number < 1) {
-        return nullptr;
-    }
-    Record* record;
-    if (static_cast<unsigned>(number) - static_cast<unsigned>(lastPageFirst_) <
-            static_cast<unsigned>(kPageSize) &&
-        number < capacity_) {
-        // New numbers come in runs: the page of the highest one saves the division.
-        record = lastPage_ + (number - lastPageFirst_);
-    } else {
-        if (number >= capacity_) {
-            grow(number);
-        }
-        Record*& page = pages_[static_cast<std::size_t>(number / kPageSize)];
-        if (page == nullptr) {
-            page = newPage();
-        }
-        if (number >= highest_) {
-            // Only the frontier's page is kept: uses of older numbers, scattered over the
-            // table, must not push it out.
-            lastPage_ = page;
-            lastPageFirst_ = number - number % kPageSize;
-        }
-        record = page + number % kPageSize;
-    }
-    if (!record->inUse) {
-        record->inUse = 1;
-        record->live = 1;
+// A record is in use, and counts towards the highest number, from its first touch.
+inline void ioReferenceMapImpl::noteTouched(Record& record, int number) {
+    if (!record.inUse) {
+        record.inUse = 1;
+        record.live = 1;
     }
     if (number > highest_) {
         highest_ = number;
     }
+}
+
+// New numbers come in runs: the page of the highest one saves the division, and this test is
+// small enough to be inlined into the operations below, which call it for every reference.
+inline ioReferenceMapImpl::Record* ioReferenceMapImpl::touchFrontier(int number) {
+    if (static_cast<unsigned>(number) - static_cast<unsigned>(lastPageFirst_) >=
+            static_cast<unsigned>(kPageSize) ||
+        number < 1 || number >= capacity_) {
+        return nullptr;
+    }
+    Record* record = lastPage_ + (number - lastPageFirst_);
+    noteTouched(*record, number);
+    return record;
+}
+
+inline ioReferenceMapImpl::Record* ioReferenceMapImpl::touch(int number) {
+    Record* record = touchFrontier(number);
+    return record != nullptr ? record : touchPage(number);
+}
+
+// Out of line, so that a caller whose common case is the frontier saves no registers for it.
+KY_NOINLINE ioReferenceMapImpl::Record* ioReferenceMapImpl::touchPage(int number) {
+    if (number < 1) {
+        return nullptr;
+    }
+    if (number >= capacity_) {
+        grow(number);
+    }
+    Record*& page = pages_[static_cast<std::size_t>(number / kPageSize)];
+    if (page == nullptr) {
+        page = newPage();
+    }
+    if (number >= highest_) {
+        // Only the frontier's page is kept: uses of older numbers, scattered over the table,
+        // must not push it out.
+        lastPage_ = page;
+        lastPageFirst_ = number - number % kPageSize;
+    }
+    Record* record = page + number % kPageSize;
+    noteTouched(*record, number);
     return record;
 }
 
@@ -359,22 +373,17 @@ void* ioReferenceMapImpl::definition(int number) const {
 }
 
 void ioReferenceMapImpl::markDefined(int number, ioPacketType* type) {
-    // The number just entered by a writer: on the frontier page, in use, nothing waiting.
-    const unsigned index = static_cast<unsigned>(number) - static_cast<unsigned>(lastPageFirst_);
-    if (index < static_cast<unsigned>(kPageSize) && number >= 1 && number <= highest_) {
-        Record& record = lastPage_[index];
-        if (record.inUse && record.pending == nullptr) {
-            record.defined = 1;
-            record.definingType = type;
-            return;
-        }
+    // A writer marks the number it just entered: on the frontier page. Anywhere else is a
+    // call in tail position, so this path saves no registers.
+    if (Record* record = touchFrontier(number)) {
+        mark(*record, type);
+    } else {
+        markElsewhere(number, type);
     }
-    markGeneral(number, type);
 }
 
-KY_NOINLINE void ioReferenceMapImpl::markGeneral(int number, ioPacketType* type) {
-    Record* record = touch(number);
-    if (record != nullptr) {
+KY_NOINLINE void ioReferenceMapImpl::markElsewhere(int number, ioPacketType* type) {
+    if (Record* record = touchPage(number)) {
         mark(*record, type);
     }
 }

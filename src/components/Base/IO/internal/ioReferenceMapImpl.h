@@ -69,6 +69,11 @@ private:
     void grow(int number);
     /// The record of `number`, creating its page; null for numbers below 1.
     Record* touch(int number);
+    /// `touch` on the frontier page (the highest number's); null, with nothing done, elsewhere.
+    Record* touchFrontier(int number);
+    /// `touch` anywhere: finds (or makes) the page, and moves the frontier.
+    Record* touchPage(int number);
+    void noteTouched(Record& record, int number);
     static Record* newPage();
     void freeFixups(Record& record);
     void queue(Record& record, void** slot, ioPacketType* type, int extra);
@@ -87,8 +92,8 @@ private:
     /// `define` for the next object of a rising run on the frontier page; null, with nothing
     /// done, when the general path is needed.
     Record* appendRising(int number, void* address);
-    /// `markDefined` past its common case.
-    void markGeneral(int number, ioPacketType* type);
+    /// `markDefined` off the frontier page.
+    void markElsewhere(int number, ioPacketType* type);
     /// `markDefined` on a record.
     void mark(Record& record, ioPacketType* type);
     /// Fills and frees the record's queued fix-ups.
